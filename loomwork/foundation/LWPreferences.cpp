@@ -1,0 +1,58 @@
+#include "foundation/LWPreferences.h"
+
+#include "foundation/LWBundle.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+
+LWPreferences::LWPreferences(const QString& organization, const QString& application)
+    : _settings(std::make_shared<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
+                                            organization, application)) {}
+
+LWPreferences LWPreferences::standard() {
+    const LWBundle& bundle = LWBundle::mainBundle();
+    QString organization =
+        bundle.objectForInfoDictionaryKey(QStringLiteral("LWOrganizationName")).toString();
+    QString application = bundle.bundleName();
+    if (organization.isEmpty())
+        organization = QCoreApplication::organizationName();
+    if (application.isEmpty())
+        application = QCoreApplication::applicationName();
+    return LWPreferences(organization, application);
+}
+
+QVariant LWPreferences::objectForKey(const QString& key) const { return _settings->value(key); }
+
+bool LWPreferences::boolForKey(const QString& key) const {
+    // INI files keep booleans as text; "true"/"1" both read as true.
+    return _settings->value(key, false).toBool();
+}
+
+QString LWPreferences::stringForKey(const QString& key) const {
+    return _settings->value(key).toString();
+}
+
+QByteArray LWPreferences::dataForKey(const QString& key) const {
+    return _settings->value(key).toByteArray();
+}
+
+QStringList LWPreferences::stringArrayForKey(const QString& key) const {
+    return _settings->value(key).toStringList();
+}
+
+bool LWPreferences::contains(const QString& key) const { return _settings->contains(key); }
+
+void LWPreferences::setObject(const QString& key, const QVariant& value) {
+    _settings->setValue(key, value);
+    // Written at once: other readers in this process and the next start see it.
+    _settings->sync();
+}
+
+void LWPreferences::removeObject(const QString& key) {
+    _settings->remove(key);
+    _settings->sync();
+}
+
+void LWPreferences::synchronize() { _settings->sync(); }
+
+QString LWPreferences::fileName() const { return _settings->fileName(); }

@@ -1,0 +1,3 @@
+#include "cli/DWCommandLine.h"
+
+int main(int argc, char* argv[]) { return DWCommandLine::run(argc, argv); }

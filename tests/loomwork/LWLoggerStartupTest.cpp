@@ -1,0 +1,31 @@
+// The logger reads its configuration once, when it is first used, so each case
+// that depends on start-up lives in this binary and sets its sources first.
+#include "foundation/LWBundle.h"
+#include "foundation/LWPreferences.h"
+#include "logging/LWLogger.h"
+
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
+    LWBundle::setMainBundle(LWBundle(QJsonObject{{QStringLiteral("LWConfigLogLevel"), 1},
+                                                 {QStringLiteral("LWConfigMessageBacklogSize"), 5}}));
+    LWPreferences::standard().setBool(QStringLiteral("DebugLoggingEnabled"), true);
+
+    ::testing::internal::CaptureStderr();
+    LWLogger* logger = LWLogger::sharedInstance();
+    const QString out = QString::fromStdString(::testing::internal::GetCapturedStderr());
+
+    // The preference overrides the information list's level 1.
+    EXPECT_EQ(logger->maxLogLevel(), 3);
+    EXPECT_EQ(logger->messageBacklogSize(), 5);
+    EXPECT_TRUE(out.contains(QStringLiteral(
+        " INFO| Enabling debug logging based on special setting: DebugLoggingEnabled |LWLogger:")))
+        << out.toStdString();
+    EXPECT_TRUE(out.trimmed().endsWith(QStringLiteral("| -[LWLogger init]")));
+    // The notice reached the logger being built: it is the first backlog line.
+    ASSERT_EQ(logger->messageBacklog().size(), 1);
+    EXPECT_TRUE(logger->messageBacklog()[0].startsWith(QStringLiteral(" INFO| Enabling")));
+    EXPECT_EQ(LWLogger::sharedInstance(), logger);
+}
