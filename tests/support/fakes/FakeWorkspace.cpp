@@ -1,0 +1,115 @@
+#include "fakes/FakeWorkspace.h"
+
+#include <QFileInfo>
+
+FakeWorkspace::FakeWorkspace() = default;
+
+LWIconImage FakeWorkspace::iconForFile(const QString&) const {
+    LWIconImage icon;
+    for (int side : iconSizes) {
+        QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
+        image.fill(plainIconColor);
+        icon.addRepresentation(image);
+    }
+    return icon;
+}
+
+bool FakeWorkspace::setIcon(const LWIconImage& icon, const QString& path) {
+    QMutexLocker locker(&_lock);
+    _iconWrites.append({path, icon.isEmpty(), int(icon.count())});
+    if (failIconWrites)
+        return false;
+    if (icon.isEmpty())
+        _customIcons.remove(path);
+    else
+        _customIcons.insert(path, icon);
+    return true;
+}
+
+std::optional<LWTimestamp> FakeWorkspace::contentModificationDate(const QString& path) const {
+    return lw::contentModificationDate(path);
+}
+
+bool FakeWorkspace::setContentModificationDate(const QString& path, const LWTimestamp& date) {
+    {
+        QMutexLocker locker(&_lock);
+        _dateWrites.append({path, date});
+    }
+    return lw::setContentModificationDate(path, date);
+}
+
+bool FakeWorkspace::isTextFile(const QString& path) const {
+    return textSuffixes.contains(QFileInfo(path).suffix().toLower());
+}
+
+bool FakeWorkspace::openFile(const QString& path) {
+    QMutexLocker locker(&_lock);
+    _openedFiles.append(path);
+    return QFileInfo::exists(path);
+}
+
+bool FakeWorkspace::openUrl(const QUrl& url) {
+    QMutexLocker locker(&_lock);
+    _openedUrls.append(url);
+    return url.isValid();
+}
+
+bool FakeWorkspace::selectFile(const QString& path, const QString&) {
+    QMutexLocker locker(&_lock);
+    _selectedFiles.append(path);
+    return true;
+}
+
+QString FakeWorkspace::absolutePathForApplicationWithIdentifier(const QString& identifier) const {
+    QMutexLocker locker(&_lock);
+    return _installed.value(identifier);
+}
+
+void FakeWorkspace::setInstalledApplication(const QString& identifier, const QString& path) {
+    QMutexLocker locker(&_lock);
+    _installed.insert(identifier, path);
+}
+
+bool FakeWorkspace::hasCustomIcon(const QString& path) const {
+    QMutexLocker locker(&_lock);
+    return _customIcons.contains(path);
+}
+
+LWIconImage FakeWorkspace::customIcon(const QString& path) const {
+    QMutexLocker locker(&_lock);
+    return _customIcons.value(path);
+}
+
+QList<FakeWorkspace::IconWrite> FakeWorkspace::iconWrites() const {
+    QMutexLocker locker(&_lock);
+    return _iconWrites;
+}
+
+QList<FakeWorkspace::DateWrite> FakeWorkspace::dateWrites() const {
+    QMutexLocker locker(&_lock);
+    return _dateWrites;
+}
+
+QStringList FakeWorkspace::openedFiles() const {
+    QMutexLocker locker(&_lock);
+    return _openedFiles;
+}
+
+QList<QUrl> FakeWorkspace::openedUrls() const {
+    QMutexLocker locker(&_lock);
+    return _openedUrls;
+}
+
+QStringList FakeWorkspace::selectedFiles() const {
+    QMutexLocker locker(&_lock);
+    return _selectedFiles;
+}
+
+void FakeWorkspace::clearRecords() {
+    QMutexLocker locker(&_lock);
+    _iconWrites.clear();
+    _dateWrites.clear();
+    _openedFiles.clear();
+    _openedUrls.clear();
+    _selectedFiles.clear();
+}
