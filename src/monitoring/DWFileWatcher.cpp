@@ -63,8 +63,13 @@ void DWFileWatcher::startWatchingFile(const QString& path) {
                        QStringLiteral("Started to watch directory: %1").arg(directory));
         _watchedDirectories.insert(directory);
     }
-    _filesByDirectory[directory].insert(path);
-    _modificationDatesByFile.insert(path, distantPast);
+    const auto registered = _modificationDatesByFile.find(path);
+    if (registered == _modificationDatesByFile.end()) {
+        _modificationDatesByFile.insert(path, distantPast);
+        _filesByDirectory[directory].append(path);
+    } else {
+        *registered = distantPast;
+    }
     _startFileEventStream();
     DW_WATCHER_LOG("-[DWFileWatcher startWatchingFile:]",
                    QStringLiteral("Started watching file: %1").arg(path));
@@ -78,7 +83,7 @@ void DWFileWatcher::stopWatchingFile(const QString& path) {
     const QString directory = parentDirectory(path);
     auto files = _filesByDirectory.find(directory);
     if (files != _filesByDirectory.end()) {
-        files->remove(path);
+        files->removeOne(path);
         if (!files->isEmpty()) {
             DW_WATCHER_LOG(
                 "-[DWFileWatcher stopWatchingFile:]",
@@ -153,7 +158,7 @@ void DWFileWatcher::_handleDirectoryModification(const QString& path, quint64 ev
         directory.chop(1);
     if (!_watchedDirectories.contains(directory))
         return; // e.g. a subdirectory of a watched directory
-    const QList<QString> files = _filesByDirectory.value(directory).values();
+    const QStringList files = _filesByDirectory.value(directory);
     for (const QString& file : files) {
         // A delegate may have unregistered this file while an earlier one was
         // reported; its date must not be stored again.

@@ -9,6 +9,7 @@
 #include <QRecursiveMutex>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 #include <memory>
 
 // Watches single files through one event stream over their parent
@@ -65,9 +66,10 @@ private:
     quint64 _lastEventId = DWDirectoryEventStream::SinceNow;
     QSet<QString> _watchedDirectories;
     QHash<QString, LWTimestamp> _modificationDatesByFile;
-    // The registered files of each watched directory, so that an event and an
-    // unregistration look only at the files of one directory.
-    QHash<QString, QSet<QString>> _filesByDirectory;
+    // The registered files of each watched directory, in the order they were
+    // registered, so that an event and an unregistration look only at the
+    // files of one directory.
+    QHash<QString, QStringList> _filesByDirectory;
     // Held while a stream is built or torn down, so that _eventStream is
     // never seen half made. Recursive: starting stops the old stream first.
     mutable QRecursiveMutex _streamLock;

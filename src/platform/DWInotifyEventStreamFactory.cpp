@@ -45,14 +45,17 @@ std::unique_ptr<DWDirectoryEventStream>
 DWInotifyEventStreamFactory::createStream(const QSet<QString>& directories, double latencySeconds,
                                           quint64 sinceEventId,
                                           DWDirectoryEventStream::Callback callback) {
-    if (QThread::currentThread() != thread()) {
-        LW_LOG(1, "-[DWInotifyEventStreamFactory createStream]",
-               QStringLiteral("Directory event streams must be made on the thread of their "
-                              "factory"));
-        return nullptr;
+    if (_fd < 0) {
+        // The socket notifier must be made on the thread that will read.
+        if (QThread::currentThread() != thread()) {
+            LW_LOG(1, "-[DWInotifyEventStreamFactory createStream]",
+                   QStringLiteral("Directory event streams must be made on the thread of their "
+                                  "factory"));
+            return nullptr;
+        }
+        if (!_openInstance())
+            return nullptr;
     }
-    if (_fd < 0 && !_openInstance())
-        return nullptr;
     // No history is kept, but ids continue after the one asked for.
     if (sinceEventId != DWDirectoryEventStream::SinceNow && sinceEventId > _lastEventId)
         _lastEventId = std::min(sinceEventId, DWDirectoryEventStream::SinceNow / 2);
@@ -82,9 +85,13 @@ bool DWInotifyEventStreamFactory::_startStream(DWInotifyEventStream* stream) {
         return false;
     }
     // What is queued now happened before this stream started: hand it to the
-    // streams already running, not to this one.
-    if (!_watchDescriptorsByPath.isEmpty())
+    // streams already running, not to this one. Within a burst of rebuilds,
+    // one read per millisecond is enough.
+    if (!_watchDescriptorsByPath.isEmpty() &&
+        (!_startedThisTurn || _sinceLastDrain.hasExpired(1))) {
         _readEvents();
+        _sinceLastDrain.start();
+    }
     _runningStreams.append(stream);
     // Placing watches at once means looking up every wanted directory. That
     // is cheap for one stream, but a watcher registering thousands of files

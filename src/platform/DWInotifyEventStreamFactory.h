@@ -2,6 +2,7 @@
 
 #include "monitoring/DWDirectoryEventStreamFactory.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -94,8 +95,9 @@ private:
     QSet<QString> _failedDirectories;
     bool _reconcileScheduled = false;
     bool _startedThisTurn = false;
-    static constexpr qsizetype synchronousLookupsPerTurn = 16384;
+    static constexpr qsizetype synchronousLookupsPerTurn = 4096;
     qsizetype _synchronousLookupBudget = synchronousLookupsPerTurn;
+    QElapsedTimer _sinceLastDrain;
     quint64 _lastEventId = 0;
     quint64 _watchAdditions = 0;
     quint64 _watchRemovals = 0;

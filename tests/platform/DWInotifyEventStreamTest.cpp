@@ -450,4 +450,21 @@ TEST_F(InotifyStreamTest, StreamsBelongToTheFactorysThread) {
     ASSERT_TRUE(thread->wait(deadlineMs));
     EXPECT_EQ(made, nullptr);
     EXPECT_EQ(warnings().size(), 1);
+
+    // Once the factory reads on its own thread, a stream made elsewhere
+    // won't start there.
+    Recorder recorder;
+    auto here = startStream({dir}, recorder);
+    bool started = true;
+    thread.reset(QThread::create([&] {
+        auto there =
+            factory->createStream({dir}, shortLatency, DWDirectoryEventStream::SinceNow, {});
+        started = there && there->start();
+    }));
+    thread->start();
+    ASSERT_TRUE(thread->wait(deadlineMs));
+    EXPECT_FALSE(started);
+    EXPECT_EQ(warnings().size(), 2);
+    dwtest::writeFile(dir + QStringLiteral("/x"), "x");
+    EXPECT_TRUE(recorder.waitFor(dir));
 }
