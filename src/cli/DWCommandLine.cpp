@@ -1,9 +1,9 @@
 #include "cli/DWCommandLine.h"
 
+#include "cli/DWCountCommand.h"
 #include "foundation/LWBundle.h"
 
 #include <QCoreApplication>
-
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -18,7 +18,9 @@ struct Subcommand {
 // Each subcommand creates the kind of application object it needs (never a
 // GUI one), so that it runs without a display.
 const std::vector<Subcommand>& subcommands() {
-    static const std::vector<Subcommand> table = {};
+    static const std::vector<Subcommand> table = {
+        {"count", DWCountCommand::synopsis(), DWCountCommand::run},
+    };
     return table;
 }
 
