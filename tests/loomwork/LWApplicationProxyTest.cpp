@@ -1,7 +1,7 @@
 #include "appproxy/LWApplicationProxy.h"
 
 #include "fakes/FakeWorkspace.h"
-#include "logging/LWLogger.h"
+#include "support/LogCapture.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -173,25 +173,22 @@ TEST_F(ApplicationProxyTest, HandlersAreLookedUpAfreshForEveryURL) {
 }
 
 TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
-    LWLogger* logger = LWLogger::sharedInstance();
-    const int savedSize = logger->messageBacklogSize();
-    logger->setMessageBacklogSize(4);
-    logger->setMessageBacklog({});
+    auto log = std::make_unique<dwtest::LogCapture>();
     proxy.remoteInvokeSelector(QStringLiteral("rpcOpenFile:atLine:"), QStringLiteral("editor"),
                                {QStringLiteral("My Notes.txt"), 12});
     ASSERT_EQ(workspace.openedUrls().size(), 1);
     EXPECT_EQ(workspace.openedUrls().first().toString(QUrl::FullyEncoded),
               QStringLiteral("myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12"));
     EXPECT_EQ(activations, 1);
-    ASSERT_FALSE(logger->messageBacklog().isEmpty());
-    const QString line = logger->messageBacklog().first();
+    ASSERT_EQ(log->loggerLines().size(), 1);
+    const QString line = log->loggerLines().first();
     EXPECT_TRUE(line.startsWith(QStringLiteral(
         "DEBUG| App proxy: opening URL: myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12 "
         "|LWApplicationProxy:")))
         << line.toStdString();
     EXPECT_TRUE(line.endsWith(
         QStringLiteral("| -[LWApplicationProxy remoteInvokeSelector:handler:arguments:]")));
-    logger->setMessageBacklogSize(savedSize);
+    log.reset();
 
     auto sent = [&](const char* selector, const QVariantList& args) {
         workspace.clearRecords();
@@ -228,10 +225,30 @@ TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
 // Sending and then receiving gives back the same command and texts, for any
 // argument text.
 TEST_F(ApplicationProxyTest, SentCommandsComeBackUnchanged) {
-    QStringList samples{
-        "",   "/", "?",    "#",   "%",           "+",        " ",          "a b",
-        ":",  "&", "=",    "%2F", "a/b?c#d%e+f", "\u00E9",   "\U0001F600", "\u65E5\u672C",
-        "..", "~", "a\nb", "\t",  "[x]",         "@$,;!*'()"};
+    QStringList samples{"",
+                        "/",
+                        "?",
+                        "#",
+                        "%",
+                        "+",
+                        " ",
+                        "a b",
+                        ":",
+                        "&",
+                        "=",
+                        "%2F",
+                        "a/b?c#d%e+f",
+                        "\u00E9",
+                        "\U0001F600",
+                        "\u65E5\u672C",
+                        QChar(0xFEFF) + QStringLiteral("bom"),
+                        QString(QChar(0)),
+                        "..",
+                        "~",
+                        "a\nb",
+                        "\t",
+                        "[x]",
+                        "@$,;!*'()"};
     QRandomGenerator random(77);
     for (int i = 0; i < 300; ++i) {
         QString s;

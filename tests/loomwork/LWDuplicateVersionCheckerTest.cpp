@@ -2,7 +2,7 @@
 
 #include "fakes/FakeWorkspace.h"
 #include "foundation/LWBundle.h"
-#include "logging/LWLogger.h"
+#include "support/LogCapture.h"
 #include "ui/LWAlert.h"
 
 #include <QDialog>
@@ -158,19 +158,13 @@ TEST_F(DuplicateVersionCheckerTest, NothingIsShownWithoutADuplicateOrAMatchingId
     check(&window);
     EXPECT_TRUE(returned);
 
-    LWLogger* logger = LWLogger::sharedInstance();
-    const int savedSize = logger->messageBacklogSize();
-    logger->setMessageBacklogSize(2);
-    logger->setMessageBacklog({});
+    dwtest::LogCapture log;
     workspace.setInstalledApplication(webId, webEntry);
     runningBuild(QStringLiteral("org.example.other"));
-    ::testing::internal::CaptureStderr();
     check(&window);
     runningBuild(QString());
     check(&window);
-    ::testing::internal::GetCapturedStderr();
-    const QStringList lines = logger->messageBacklog();
-    logger->setMessageBacklogSize(savedSize);
+    const QStringList lines = log.loggerLines();
     ASSERT_EQ(lines.size(), 2);
     EXPECT_TRUE(lines[1].startsWith(QStringLiteral(
         " WARN| Our bundle id (org.example.other) doesn't match "
@@ -188,9 +182,8 @@ TEST_F(DuplicateVersionCheckerTest, AWindowClosedUnderTheSheetEndsTheCheck) {
     auto doomed = std::make_unique<QWidget>();
     doomed->show();
     QTimer::singleShot(0, [&] { doomed.reset(); });
-    ::testing::internal::CaptureStderr();
+    dwtest::LogCapture log;
     check(doomed.get());
-    ::testing::internal::GetCapturedStderr();
     EXPECT_TRUE(returned);
     EXPECT_TRUE(workspace.selectedFiles().isEmpty());
     EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());

@@ -7,7 +7,6 @@
 #include "foundation/LWHTMLEntities.h"
 #include "foundation/LWMath.h"
 #include "foundation/LWObjectAdditions.h"
-#include "foundation/LWScanner.h"
 #include "foundation/LWStringAdditions.h"
 #include "foundation/LWURLAdditions.h"
 #include "support/TestEnvironment.h"
@@ -49,21 +48,10 @@ TEST(HTMLEntityTable, HoldsEveryEntityOnceInCodePointOrder) {
                   QStringLiteral("x") + QChar(table[i].codeUnit) + QStringLiteral("y"));
     }
     EXPECT_EQ(names.size(), 253);
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&quot;"), u'"');
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&nbsp;"), char16_t(160));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&yuml;"), char16_t(255));
     EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&Yuml;"), char16_t(376));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&OElig;"), char16_t(338));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&fnof;"), char16_t(402));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&Alpha;"), char16_t(913));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&sigmaf;"), char16_t(962));
     EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&thetasym;"), char16_t(977));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&ensp;"), char16_t(8194));
     EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&euro;"), char16_t(8364));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&image;"), char16_t(8465));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&lang;"), char16_t(9001));
     EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&diams;"), char16_t(9830));
-    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&apos;"), u'\'');
     EXPECT_FALSE(lw::codeUnitForHTMLEntity(u"&EACUTE;"));
 }
 
@@ -71,81 +59,49 @@ TEST(StringByUnescapingHTML, DecodesOnlyWellFormedReferences) {
     const struct {
         const char16_t* in;
         const char16_t* out;
-    } cases[] = {
-        {u"&#65;", u"A"},
-        {u"&#x41;", u"A"},
-        {u"&#X41;", u"A"},
-        {u"&#+65;", u"A"},
-        {u"&# 65;", u"A"},
-        {u"&#\n65;", u"A"},
-        {u"&#x0x41;", u"A"},
-        {u"&#1;", u"\u0001"},
-        {u"&#65534;", u"\uFFFE"},
-        {u"&#xfffe;", u"\uFFFE"},
-        {u"&#0;", u"&#0;"},
-        {u"&#65535;", u"&#65535;"},
-        {u"&#x;", u"&#x;"},
-        {u"&#12a;", u"&#12a;"},
-        {u"&#-5;", u"&#-5;"},
-        {u"&#65 ;", u"&#65 ;"},
-        {u"&#128512;", u"&#128512;"},
-        {u"&#;", u"&#;"},
-        {u"&#x000041;", u"A"},            // ten units
-        {u"&#x0000041;", u"&#x0000041;"}, // eleven
-        {u"&Eacute;", u"\u00C9"},
-        {u"&EACUTE;", u"&EACUTE;"},
-        {u"&apos;", u"'"},
-        {u"a & b; c", u"a & b; c"},
-        {u"&verylongname;", u"&verylongname;"},
-        {u"&lt;&gt;", u"<>"},
-        {u"&abc&lt;", u"&abc<"},
-        {u"&amp;lt;", u"&lt;"},
-        {u"&amp;amp;", u"&amp;"},
-        {u"&#38;lt;", u"&lt;"},
-        {u"&lt", u"&lt"},
-        {u"&;", u"&;"},
-        {u"&", u"&"},
-        {u"x&&lt;;", u"x&<;"},
-        {u"&l&gt;t;", u"&l>t;"},
-        {u"\U0001F600&amp;\U0001F600", u"\U0001F600&\U0001F600"},
-    };
+    } cases[] = {{u"&#65;", u"A"},
+                 {u"&#x41;", u"A"},
+                 {u"&#X41;", u"A"},
+                 {u"&#+65;", u"A"},
+                 {u"&# 65;", u"A"},
+                 {u"&#\n65;", u"A"},
+                 {u"&#x0x41;", u"A"},
+                 {u"&#1;", u"\u0001"},
+                 {u"&#65534;", u"\uFFFE"},
+                 {u"&#xfffe;", u"\uFFFE"},
+                 {u"&#0;", u"&#0;"},
+                 {u"&#65535;", u"&#65535;"},
+                 {u"&#x;", u"&#x;"},
+                 {u"&#12a;", u"&#12a;"},
+                 {u"&#-5;", u"&#-5;"},
+                 {u"&#65 ;", u"&#65 ;"},
+                 {u"&#128512;", u"&#128512;"},
+                 {u"&#;", u"&#;"},
+                 {u"&#x000041;", u"A"},
+                 {u"&#x0000041;", u"&#x0000041;"},
+                 {u"&Eacute;", u"\u00C9"},
+                 {u"&EACUTE;", u"&EACUTE;"},
+                 {u"&apos;", u"'"},
+                 {u"a & b; c", u"a & b; c"},
+                 {u"&verylongname;", u"&verylongname;"},
+                 {u"&lt;&gt;", u"<>"},
+                 {u"&abc&lt;", u"&abc<"},
+                 {u"&amp;lt;", u"&lt;"},
+                 {u"&amp;amp;", u"&amp;"},
+                 {u"&#38;lt;", u"&lt;"},
+                 {u"&lt", u"&lt"},
+                 {u"&;", u"&;"},
+                 {u"&", u"&"},
+                 {u"x&&lt;;", u"x&<;"},
+                 {u"&l&gt;t;", u"&l>t;"},
+                 {u"\U0001F600&amp;\U0001F600", u"\U0001F600&\U0001F600"}};
     for (const auto& c : cases) {
         EXPECT_EQ(lw::stringByUnescapingHTML(u(c.in)), u(c.out))
             << QString::fromUtf16(c.in).toStdString();
     }
-}
-
-TEST(StringByUnescapingHTML, LeavesTextWithoutAmpersandsAlone) {
-    const QString plain = QString::fromLatin1("no entities here; none at all");
-    const QString result = lw::stringByUnescapingHTML(plain);
-    EXPECT_EQ(result, plain);
-    EXPECT_TRUE(result.isSharedWith(plain));
-    EXPECT_EQ(lw::stringByUnescapingHTML(QString()), QString());
-}
-
-// --- the scanner -----------------------------------------------------------
-
-TEST(Scanner, ReadsNumbersAsFarAsTheyGo) {
-    auto hex = [](const char16_t* text) { return lw::scanHexInt(u(text)); };
-    EXPECT_EQ(hex(u"ff;")->value, 255u);
-    EXPECT_EQ(hex(u"ff;")->end, 2);
-    EXPECT_EQ(hex(u"  0XfF")->value, 255u);
-    EXPECT_EQ(hex(u"0x")->value, 0u); // the "0" is the number
-    EXPECT_EQ(hex(u"0x")->end, 1);
-    EXPECT_EQ(hex(u"FFFFFFFFFF")->value, 0xFFFFFFFFu);
-    EXPECT_FALSE(hex(u"#FF"));
-    EXPECT_FALSE(hex(u""));
-    EXPECT_FALSE(hex(u"   "));
-
-    auto dec = [](const char16_t* text) { return lw::scanInt(u(text)); };
-    EXPECT_EQ(dec(u"-42x")->value, -42);
-    EXPECT_EQ(dec(u"-42x")->end, 3);
-    EXPECT_EQ(dec(u"+7")->value, 7);
-    EXPECT_EQ(dec(u"99999999999")->value, 2147483647);
-    EXPECT_EQ(dec(u"-99999999999")->value, -2147483647 - 1);
-    EXPECT_FALSE(dec(u"+"));
-    EXPECT_FALSE(dec(u"- 1"));
-    EXPECT_FALSE(dec(u"\u0661")); // Arabic-Indic digit one is no ASCII digit
+    // Text without "&" comes back as it is, not copied.
+    const QString plain = QString::fromLatin1("no entities; none");
+    EXPECT_TRUE(lw::stringByUnescapingHTML(plain).isSharedWith(plain));
 }
 
 // --- URL text --------------------------------------------------------------
@@ -189,27 +145,14 @@ TEST(URLText, EncodingAgreesWithAnIndependentEncoder) {
     QJsonArray inputs;
     for (int i = 0; i < 500; ++i) {
         QString s;
-        const int length = random.bounded(0, 24);
-        for (int k = 0; k < length; ++k) {
-            switch (random.bounded(4)) {
-            case 0:
-                s.append(QChar(char16_t(random.bounded(0x01, 0x80))));
-                break;
-            case 1:
-                s.append(QChar(char16_t(random.bounded(0x80, 0x100))));
-                break;
-            case 2: {
-                char16_t unit = char16_t(random.bounded(0x100, 0xFFFE));
-                if (QChar::isSurrogate(unit))
-                    unit = 0x4E2D;
-                s.append(QChar(unit));
-                break;
-            }
-            default:
-                s.append(QString::fromUcs4(
-                    std::array<char32_t, 1>{char32_t(random.bounded(0x10000, 0x110000))}.data(),
-                    1));
-            }
+        for (int k = random.bounded(0, 24); k > 0; --k) {
+            // ASCII, Latin-1, the rest of the BMP (no surrogates) or astral.
+            const char32_t limits[] = {0x01, 0x80, 0x100, 0xD800, 0x110000};
+            const int kind = random.bounded(4);
+            char32_t c = char32_t(random.bounded(limits[kind], limits[kind + 1]));
+            if (kind == 3 && c < 0x10000)
+                c += 0x10000 - 0xD800;
+            s.append(QString::fromUcs4(&c, 1));
         }
         inputs.append(s);
     }
@@ -256,13 +199,10 @@ TEST(StringAdditions, PrefixesEnterKeysAndFileDates) {
     EXPECT_EQ(prefix("Apple", std::nullopt), QStringLiteral("A"));
     EXPECT_EQ(prefix("", std::nullopt), QString());
 
-    EXPECT_TRUE(lw::isAnyEnterCharacter(QString(QChar(3))));
-    EXPECT_TRUE(lw::isAnyEnterCharacter(QStringLiteral("\n")));
-    EXPECT_TRUE(lw::isAnyEnterCharacter(QStringLiteral("\r")));
-    EXPECT_FALSE(lw::isAnyEnterCharacter(QStringLiteral("\r\n")));
-    EXPECT_FALSE(lw::isAnyEnterCharacter(QStringLiteral("\n\n")));
-    EXPECT_FALSE(lw::isAnyEnterCharacter(QStringLiteral(" ")));
-    EXPECT_FALSE(lw::isAnyEnterCharacter(QString()));
+    for (const char* enter : {"\x03", "\n", "\r"})
+        EXPECT_TRUE(lw::isAnyEnterCharacter(QString::fromLatin1(enter)));
+    for (const char* other : {"\r\n", "\n\n", " ", ""})
+        EXPECT_FALSE(lw::isAnyEnterCharacter(QString::fromLatin1(other)));
 
     const QString path = dwtest::homePath() + QStringLiteral("/dated.txt");
     dwtest::writeFile(path, "x");
@@ -282,13 +222,11 @@ TEST(DateAdditions, DurationWordingAtItsBoundaries) {
     const struct {
         qint64 seconds;
         const char* words;
-    } cases[] = {
-        {0, "less than 1 minute"}, {59, "less than 1 minute"}, {60, "1 minute"},
-        {119, "1 minute"},         {120, "2 minutes"},         {3599, "59 minutes"},
-        {3600, "1 hour"},          {7199, "1 hour"},           {7200, "2 hours"},
-        {86399, "23 hours"},       {86400, "1 day"},           {172799, "1 day"},
-        {172800, "2 days"},        {200000, "2 days"},         {86400 * 400, "400 days"},
-    };
+    } cases[] = {{0, "less than 1 minute"}, {59, "less than 1 minute"}, {60, "1 minute"},
+                 {119, "1 minute"},         {120, "2 minutes"},         {3599, "59 minutes"},
+                 {3600, "1 hour"},          {7199, "1 hour"},           {7200, "2 hours"},
+                 {86399, "23 hours"},       {86400, "1 day"},           {172799, "1 day"},
+                 {172800, "2 days"},        {200000, "2 days"},         {86400 * 400, "400 days"}};
     for (const auto& c : cases) {
         EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addSecs(c.seconds)),
                   QLatin1String(c.words))
@@ -314,18 +252,14 @@ TEST(DateAdditions, ComparisonsAndCalendarArithmetic) {
     EXPECT_TRUE(lw::isMoreRecentThan(a, QDateTime()));
     EXPECT_FALSE(lw::isMoreRecentThan(a, a));
     EXPECT_TRUE(lw::isMoreRecentThan(a.addMSecs(1), a));
-    EXPECT_FALSE(lw::isMoreRecentThan(a, a.addMSecs(1)));
 
     const QDateTime january31(QDate(2023, 1, 31), QTime(10, 0));
     EXPECT_EQ(lw::dateOffsetByMonths(january31, 1, 0).date(), QDate(2023, 2, 28));
-    EXPECT_EQ(lw::dateOffsetByMonths(january31, 1, 1).date(), QDate(2023, 3, 1));
     EXPECT_EQ(lw::dateOffsetByMonths(january31, -2, -31).date(), QDate(2022, 10, 30));
-    EXPECT_EQ(lw::dateOffsetByMonths(january31, 0, 0), january31);
 
     const QDateTime now = QDateTime::currentDateTime();
     EXPECT_TRUE(lw::isToday(now));
     EXPECT_FALSE(lw::isToday(now.addDays(-1)));
-    EXPECT_TRUE(lw::isThisYear(now));
     EXPECT_FALSE(lw::isThisYear(now.addYears(-1)));
     const QDateTime morning(QDate(2023, 5, 4), QTime(0, 0, 1));
     EXPECT_TRUE(lw::isOnSameDayAs(morning, QDateTime(QDate(2023, 5, 4), QTime(23, 59, 59))));
@@ -347,10 +281,8 @@ TEST(ArrayAdditions, SafeAndRotatingAccessAndMapping) {
     EXPECT_FALSE(lw::objectAfter(list, s("c"), false));
     EXPECT_EQ(lw::objectBefore(list, s("a"), true), s("c"));
     EXPECT_FALSE(lw::objectBefore(list, s("a"), false));
-    EXPECT_EQ(lw::objectBefore(list, s("c"), false), s("b"));
     EXPECT_FALSE(lw::objectAfter(list, s("z"), true));
     EXPECT_FALSE(lw::objectAfter(list, std::optional<QString>(), true));
-    EXPECT_FALSE(lw::objectBefore(QStringList(), s("a"), true));
     const QStringList one{"x"};
     EXPECT_EQ(lw::objectAfter(one, s("x"), true), s("x"));
     EXPECT_FALSE(lw::objectAfter(one, s("x"), false));
@@ -366,8 +298,6 @@ TEST(ArrayAdditions, SafeAndRotatingAccessAndMapping) {
         return int(e[0].unicode());
     });
     EXPECT_EQ(mapped, (QList<int>{'a', 'c'}));
-    EXPECT_TRUE(
-        lw::map(QStringList(), [](const QString& e) { return std::optional(e); }).isEmpty());
 }
 
 TEST(ObjectAdditions, EmptyValuesFallBackToTheDefault) {
@@ -389,7 +319,6 @@ TEST(ErrorRecords, BetterErrorsKeepTheOriginalUnderneath) {
 
     const LWError better = plain.betterErrorWithLocalizedDescription(
         QStringLiteral("The list could not be read."), QStringLiteral("Check the file."));
-    EXPECT_EQ(better.domain(), QStringLiteral("LWFileDomain"));
     EXPECT_EQ(better.code(), 4);
     EXPECT_EQ(better.localizedDescription(), QStringLiteral("The list could not be read."));
     EXPECT_EQ(better.localizedRecoverySuggestion(), QStringLiteral("Check the file."));
@@ -400,8 +329,7 @@ TEST(ErrorRecords, BetterErrorsKeepTheOriginalUnderneath) {
 
     const LWError reasoned(QStringLiteral("D"), -1,
                            {{LWError::LocalizedFailureReasonErrorKey, QStringLiteral("gone")}});
-    const LWError described = LWError::errorWithDomain(QStringLiteral("D"), 2, QStringLiteral("x"));
-    EXPECT_EQ(described.localizedDescription(), QStringLiteral("x"));
+    EXPECT_EQ(LWError::errorWithDomain("D", 2, "x").localizedDescription(), QStringLiteral("x"));
     const LWError chained = reasoned.betterErrorWithLocalizedDescription(QString(), QString());
     EXPECT_EQ(chained.localizedFailureReason(), QStringLiteral("gone"));
     EXPECT_FALSE(chained.userInfo().contains(LWError::LocalizedDescriptionKey));
@@ -418,7 +346,6 @@ TEST(BundleAndMath, InformationKeysAndProportions) {
     LWBundle::setMainBundle(saved);
 
     EXPECT_FLOAT_EQ(LWMath::XisToY(3.0f, 4.0f, 2.0f), 6.0f);
-    EXPECT_FLOAT_EQ(LWMath::XisToY(0.1f, 0.2f, 0.3f), 0.1f * 0.2f / 0.3f);
     EXPECT_TRUE(std::isinf(LWMath::XisToY(1.0f, 1.0f, 0.0f)));
     EXPECT_TRUE(std::isnan(LWMath::XisToY(0.0f, 1.0f, 0.0f)));
 }

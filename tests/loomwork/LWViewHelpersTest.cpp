@@ -1,3 +1,4 @@
+#include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
 #include "ui/LWBackgroundImageView.h"
 #include "ui/LWFlippedToolbarSeparatorView.h"
@@ -188,10 +189,10 @@ TEST(BackgroundImageView, DrawsOnceOrAsATiledPattern) {
     EXPECT_EQ(qAlpha(once.pixel(2, 2)), 0);
     EXPECT_EQ(qAlpha(once.pixel(0, 0)), 0);
 
-    ::testing::internal::CaptureStderr();
+    dwtest::LogCapture log;
     view.setImageName(QStringLiteral("no-such-image"));
-    const std::string log = ::testing::internal::GetCapturedStderr();
-    EXPECT_NE(log.find("Warning: Image not found for name: no-such-image"), std::string::npos);
+    EXPECT_TRUE(log.standardError().contains(
+        QStringLiteral("] Warning: Image not found for name: no-such-image\n")));
     EXPECT_TRUE(view.image().isNull());
     EXPECT_EQ(view.imageName(), QStringLiteral("no-such-image"));
 }
