@@ -1,7 +1,6 @@
 #include "foundation/LWTimestamp.h"
 
 #include <QFile>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 
