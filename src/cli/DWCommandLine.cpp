@@ -1,6 +1,8 @@
 #include "cli/DWCommandLine.h"
 
 #include "cli/DWBadgeCommand.h"
+#include "cli/DWCountCommand.h"
+#include "cli/DWWatchCommand.h"
 #include "foundation/LWBundle.h"
 
 #include <QCoreApplication>
@@ -20,6 +22,8 @@ struct Subcommand {
 // offscreen QGuiApplication), so that it runs without a display.
 const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> table = {
+        {"count", DWCountCommand::synopsis(), DWCountCommand::run},
+        {"watch", DWWatchCommand::synopsis(), DWWatchCommand::run},
         {"badge", DWBadgeCommand::synopsis(), DWBadgeCommand::run},
     };
     return table;

@@ -1,5 +1,6 @@
 #include "cli/DWBadgeCommand.h"
 
+#include "foundation/LWTimestamp.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -50,6 +51,43 @@ TEST(BadgeCommand, RendersABadgeAndComposesIconsNamedByPointWidth) {
     EXPECT_EQ(QImage(dir + "/icon-32.png").pixelColor(0, 0).alpha(), 0); // badge alone
 }
 
+TEST(BadgeCommand, ComposesOntoAFilesOwnIconWithoutTouchingTheFile) {
+    const QString list = scratch("own/Groceries.txt");
+    dwtest::writeFile(list, "- [ ] milk\n- [ ] bread\n");
+    const LWTimestamp date{1600000000, 123456789};
+    ASSERT_TRUE(lw::setContentModificationDate(list, date));
+    const QString dir = scratch("own/icons");
+    QString err;
+    ASSERT_EQ(badge({"--count", "2", "--file", list, "-o", dir}, &err), 0) << err.toStdString();
+    const QStringList files = QDir(dir).entryList(QDir::Files, QDir::Name);
+    for (const char* expected :
+         {"icon-16.png", "icon-32.png", "icon-128.png", "icon-256.png", "icon-512.png"})
+        EXPECT_TRUE(files.contains(expected)) << expected;
+    for (const QString& file : files) { // icon-<points>[@<scale>x].png: points x scale pixels
+        const QString stem = file.mid(5).chopped(4);
+        const int scale = stem.contains('@') ? stem.section('@', 1).chopped(1).toInt() : 1;
+        EXPECT_EQ(QImage(QDir(dir).filePath(file)).width(), stem.section('@', 0, 0).toInt() * scale)
+            << file.toStdString();
+    }
+    const QColor badgeRed = QImage(dir + "/icon-512.png").pixelColor(350, 130);
+    EXPECT_TRUE(badgeRed.red() > 150 && badgeRed.green() < 80);
+    EXPECT_EQ(dwtest::readFile(list), QByteArray("- [ ] milk\n- [ ] bread\n"));
+    EXPECT_EQ(lw::contentModificationDate(list), date);
+
+    const QString elsewhere = scratch("own/none");
+    EXPECT_EQ(badge({"--count", "2", "--file", scratch("own/gone.txt"), "-o", elsewhere}, &err), 1);
+    EXPECT_TRUE(err.contains("gone.txt"));
+    for (const QStringList& arguments :
+         {QStringList{"--count=1", "--file", list, "--compose", list, "-o", elsewhere},
+          QStringList{"--count=1", "--file", list, "--size", "64", "-o", elsewhere},
+          QStringList{"--count=1", "--file=", "-o", elsewhere},
+          QStringList{"--count=1", "--file", list}}) {
+        EXPECT_EQ(badge(arguments, &err), 2) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(err.contains("Usage:"));
+    }
+    EXPECT_FALSE(QFileInfo::exists(elsewhere));
+}
+
 TEST(BadgeCommand, BadInputIsAClearErrorAndWritesNothing) {
     const QString text = scratch("notes.png");
     dwtest::writeFile(text, "- [ ] a task, not pixels\n");
@@ -82,4 +120,15 @@ TEST(BadgeCommand, RunsWithoutADisplay) {
     ASSERT_TRUE(process.waitForFinished(30000));
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
     EXPECT_EQ(QImage(scratch("process.png")).size(), QSize(15, 15));
+
+    // A file of no known type gets the document icon built into the program.
+    const QString blob = scratch("process/data.unknown-kind");
+    dwtest::writeFile(blob, QByteArray("\x00\x01\x02\x03", 4));
+    const QString dir = scratch("process/icons");
+    process.start(DOTWISE_EXECUTABLE, {"badge", "--count", "3", "--file", blob, "-o", dir});
+    ASSERT_TRUE(process.waitForFinished(30000));
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    const QImage icon(dir + "/icon-128.png");
+    ASSERT_EQ(icon.size(), QSize(128, 128));
+    EXPECT_GT(icon.pixelColor(64, 100).alpha(), 0); // the page, below the badge
 }
