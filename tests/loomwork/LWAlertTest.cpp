@@ -164,6 +164,7 @@ TEST_F(AlertTest, WindowDestroyedUnderASheetLeavesAWorkingAlert) {
     EXPECT_TRUE(abandoned);
     EXPECT_FALSE(called);
     EXPECT_FALSE(alert->isRunning());
+    EXPECT_FALSE(alert->window()->isVisible()); // a fresh window, not a dangling one
     ASSERT_TRUE(accessoryGuard);
     EXPECT_EQ(alert->accessoryView(), accessory);
 
