@@ -39,6 +39,8 @@ const QString noteWhenOff =
 // Menu badges are the same picture for the same count; beyond this many
 // distinct counts the cache starts afresh.
 constexpr int menuBadgeCacheLimit = 256;
+// Least time between two refreshes while badge updates are still queued.
+constexpr qint64 refreshInterval = 200;
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -59,6 +61,8 @@ DotwiseAppDelegate::DotwiseAppDelegate(Services services, QObject* parent)
 
     // One worker, so that badge updates run one after another in queue order.
     _backgroundQueue = std::make_unique<DWSerialQueue>(QStringLiteral("Dotwise badges"));
+    _refreshTimer.setSingleShot(true);
+    connect(&_refreshTimer, &QTimer::timeout, this, &DotwiseAppDelegate::_refreshAfterBadgeUpdates);
 
     _launchAtLoginController = std::move(services.launchAtLoginController);
     // Badging starts switched on exactly when Dotwise is set to start at login.
@@ -147,7 +151,9 @@ void DotwiseAppDelegate::applicationDidFinishLaunching() {
     _mainWindow->raise();
     _mainWindow->activateWindow();
 
-    _updateStatusMenu();
+    // Timed like the refreshes after badge updates, so that the updates queued
+    // above do not rebuild a long menu again at once.
+    _refreshAfterBadgeUpdates();
 }
 
 void DotwiseAppDelegate::_restoreTaskLists() {
@@ -167,10 +173,13 @@ void DotwiseAppDelegate::_restoreTaskLists() {
     }
 
     QList<TaskListPointer> missing;
+    QSet<QString> seen; // a damaged list could name a file twice
+    seen.reserve(decoded->size());
     _taskLists.reserve(decoded->size());
     for (const TaskListPointer& taskList : std::as_const(*decoded)) {
-        if (!taskList || taskList->path().isEmpty() || taskListForFile(taskList->path()))
+        if (!taskList || taskList->path().isEmpty() || seen.contains(taskList->path()))
             continue;
+        seen.insert(taskList->path());
         if (!QFileInfo::exists(taskList->path())) {
             missing.append(taskList);
             continue;
@@ -497,19 +506,39 @@ void DotwiseAppDelegate::setIcon(const LWIconImage& icon, const QString& path,
 
 void DotwiseAppDelegate::_badgeUpdateDidFinish(const TaskListPointer& taskList) {
     const bool lastOfBurst = _pendingFollowUps.fetch_sub(1) == 1;
-    // When the worker is ahead of the main thread, the follow-ups that are
-    // already queued behind this one will show the newer state: only the last
-    // one rebuilds.
+    // When the worker is ahead of the main thread, the follow-ups already
+    // queued behind this one will show a newer state: only the last one
+    // refreshes. While many updates are still queued (switching on, or a start
+    // with thousands of files), refreshes come at most every
+    // refreshInterval, so that rebuilding a long menu does not take the main
+    // thread from the user (the pause grows with the cost of a refresh, so
+    // refreshing takes at most a fifth of the main thread); the update that
+    // empties the queue always refreshes at once.
     if (lastOfBurst) {
-        reloadTable();
-        _updateStatusMenu();
+        const qint64 interval = qMax(refreshInterval, 4 * _refreshCost);
+        if (_backgroundQueue->operationCount() == 0 || !_lastRefresh.isValid() ||
+            _lastRefresh.hasExpired(interval)) {
+            _refreshAfterBadgeUpdates();
+        } else if (!_refreshTimer.isActive()) {
+            _refreshTimer.start(int(interval - _lastRefresh.elapsed()));
+        }
     }
     emit badgeUpdateFinished(taskList ? taskList->path() : QString());
+}
+
+void DotwiseAppDelegate::_refreshAfterBadgeUpdates() {
+    _refreshTimer.stop();
+    _lastRefresh.start();
+    reloadTable();
+    _updateStatusMenu();
+    _refreshCost = _lastRefresh.elapsed();
 }
 
 void DotwiseAppDelegate::waitUntilBadgeUpdatesFinish() {
     _backgroundQueue->waitUntilAllOperationsAreFinished();
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    if (_refreshTimer.isActive())
+        _refreshAfterBadgeUpdates();
 }
 
 qsizetype DotwiseAppDelegate::queuedBadgeUpdates() const {
@@ -554,6 +583,21 @@ void DotwiseAppDelegate::_updateStatusMenu() {
                     if (reason == QSystemTrayIcon::Trigger)
                         _statusMenu->popup(QCursor::pos());
                 });
+        // The fixed part: separator after the task lists (only when there
+        // are some), "Show Dotwise Window", separator, "Make a Suggestion…".
+        _taskListSeparator = new QAction(_statusMenu);
+        _taskListSeparator->setSeparator(true);
+        _showWindowItem = _statusMenu->addAction(QStringLiteral("Show Dotwise Window"));
+        connect(_showWindowItem, &QAction::triggered, this,
+                [this] { showDotwiseWindowAction(_showWindowItem); });
+        _statusMenu->addSeparator();
+        QAction* suggest = _statusMenu->addAction(QStringLiteral("Make a Suggestion\u2026"));
+        connect(suggest, &QAction::triggered, this,
+                [this, suggest] { makeSuggestionAction(suggest); });
+        connect(_statusMenu, &QMenu::triggered, this, [this](QAction* item) {
+            if (_taskListItems.contains(item))
+                taskListMenuItemAction(item);
+        });
         if (QSystemTrayIcon::isSystemTrayAvailable()) {
             _statusMenuItem->show();
         } else {
@@ -563,23 +607,36 @@ void DotwiseAppDelegate::_updateStatusMenu() {
         }
     }
 
-    _statusMenu->clear();
-    if (_isDotwiseEnabled) {
-        for (const TaskListPointer& taskList : std::as_const(_taskLists)) {
-            QAction* item = _statusMenu->addAction(QFileInfo(taskList->path()).fileName());
-            item->setData(taskList->path());
-            item->setIcon(_menuBadgeIcon(taskList->openTasks()));
-            connect(item, &QAction::triggered, this,
-                    [this, item] { taskListMenuItemAction(item); });
-        }
-        if (!_taskLists.isEmpty())
-            _statusMenu->addSeparator();
+    // The menu is worked out afresh from the task lists every time. Item
+    // objects are reused where they stand, so a rebuild that changes little
+    // costs little even with thousands of task lists (adding or removing menu
+    // items one by one takes time in proportion to the menu's length).
+    const qsizetype listed = _isDotwiseEnabled ? _taskLists.size() : 0;
+    const bool separated = _statusMenu->actions().contains(_taskListSeparator);
+    if (listed > 0 && !separated)
+        _statusMenu->insertAction(_showWindowItem, _taskListSeparator);
+    else if (listed == 0 && separated)
+        _statusMenu->removeAction(_taskListSeparator);
+    while (_taskListItems.size() > listed)
+        delete _taskListItems.takeLast();
+    while (_taskListItems.size() < listed) {
+        auto* item = new QAction(_statusMenu);
+        _statusMenu->insertAction(_taskListSeparator, item);
+        _taskListItems.append(item);
     }
-    QAction* show = _statusMenu->addAction(QStringLiteral("Show Dotwise Window"));
-    connect(show, &QAction::triggered, this, [this, show] { showDotwiseWindowAction(show); });
-    _statusMenu->addSeparator();
-    QAction* suggest = _statusMenu->addAction(QStringLiteral("Make a Suggestion\u2026"));
-    connect(suggest, &QAction::triggered, this, [this, suggest] { makeSuggestionAction(suggest); });
+    for (qsizetype i = 0; i < listed; ++i) {
+        const TaskListPointer& taskList = _taskLists.at(i);
+        QAction* item = _taskListItems.at(i);
+        const QString path = taskList->path();
+        const QString title = QFileInfo(path).fileName();
+        if (item->text() != title)
+            item->setText(title);
+        if (item->data().toString() != path)
+            item->setData(path);
+        const QIcon badge = _menuBadgeIcon(taskList->openTasks());
+        if (item->icon().cacheKey() != badge.cacheKey())
+            item->setIcon(badge);
+    }
     emit statusMenuRebuilt();
 }
 

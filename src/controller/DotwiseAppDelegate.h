@@ -2,6 +2,7 @@
 
 #include "ui/LWIconImage.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QIcon>
 #include <QList>
@@ -9,6 +10,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QSet>
+#include <QTimer>
 #include <QUrl>
 #include <QWidget>
 #include <atomic>
@@ -196,6 +198,7 @@ private:
     void _restoreTaskLists();
     void _updateAllDotwise();
     void _badgeUpdateDidFinish(const TaskListPointer& taskList);
+    void _refreshAfterBadgeUpdates();
     void _askNextStyleQuestion();
     QWidget* _makeStyleExamplesView();
     void _placeOnOffKnob(bool animated);
@@ -221,6 +224,9 @@ private:
     QSystemTrayIcon* _statusMenuItem = nullptr;
     QMenu* _statusMenu = nullptr;
     QHash<int, QIcon> _menuBadgeIcons;
+    QList<QAction*> _taskListItems; // one per listed task list, in order
+    QAction* _taskListSeparator = nullptr;
+    QAction* _showWindowItem = nullptr;
 
     std::unique_ptr<DWFileWatcher> _fileWatcher;
     QList<TaskListPointer> _taskLists;
@@ -239,4 +245,7 @@ private:
     // Follow-ups posted to the main thread and not yet run; only the last of a
     // burst rebuilds the table and the menu.
     std::atomic<int> _pendingFollowUps{0};
+    QElapsedTimer _lastRefresh;
+    qint64 _refreshCost = 0; // milliseconds the last refresh took
+    QTimer _refreshTimer;
 };
