@@ -3,6 +3,7 @@
 #include "controller/DotwiseAppDelegate.h"
 #include "foundation/LWBundle.h"
 #include "monitoring/DWFileWatcher.h"
+#include "platform/DWInotifyEventStreamFactory.h"
 #include "platform/DWLinuxWorkspace.h"
 #include "platform/LaunchAtLoginController.h"
 
@@ -41,7 +42,7 @@ int main(int argc, char* argv[]) {
     DotwiseAppDelegate::Services services;
     services.workspace = &workspace;
     services.launchAtLoginController = std::make_unique<LaunchAtLoginController>();
-    services.fileWatcher = std::make_unique<DWFileWatcher>();
+    services.fileWatcher = std::make_unique<DWFileWatcher>(DWInotifyEventStreamFactory::create());
     DotwiseAppDelegate delegate(std::move(services));
 
     QObject::connect(&instance, &DWSingleInstance::reopenRequested, &delegate,

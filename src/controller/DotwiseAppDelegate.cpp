@@ -131,8 +131,8 @@ void DotwiseAppDelegate::awakeFromNib() {
 
     if (QWidget* promotion = _abViewController->view()) {
         _ui->abViewPlaceholder->layout()->addWidget(promotion);
-        if (QPushButton* button = _abViewController->button())
-            connect(button, &QPushButton::clicked, this,
+        if (QAbstractButton* button = _abViewController->button())
+            connect(button, &QAbstractButton::clicked, this,
                     [this, button] { visitWrenfield(button); });
     }
 }
@@ -435,7 +435,7 @@ void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
     _ui->topLabel->setEnabled(enabled);
     if (QLabel* label = _abViewController->label())
         label->setEnabled(enabled);
-    if (QPushButton* button = _abViewController->button())
+    if (QAbstractButton* button = _abViewController->button())
         button->setEnabled(enabled);
     _ui->launchAtLoginNote->setHidden(enabled);
     _updateStatusMenu();

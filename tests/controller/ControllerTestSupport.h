@@ -1,13 +1,14 @@
 #pragma once
 
 #include "controller/DotwiseAppDelegate.h"
+#include "fakes/FakeDirectoryEventStreamFactory.h"
+#include "fakes/FakeLaunchAtLoginController.h"
 #include "fakes/FakeWorkspace.h"
 #include "foundation/LWPreferences.h"
 #include "logging/LWLogger.h"
 #include "model/DWTaskList.h"
 #include "model/DWTaskRuleSet.h"
 #include "monitoring/DWFileWatcher.h"
-#include "platform/LaunchAtLoginController.h"
 #include "support/TestEnvironment.h"
 
 #include <QAction>
@@ -101,22 +102,6 @@ private:
     mutable int _waiting = 0;
 };
 
-// Login items in memory: the test says whether Dotwise starts at login and
-// sees every change the controller makes.
-class FakeLaunchAtLogin : public LaunchAtLoginController {
-public:
-    explicit FakeLaunchAtLogin(bool enabled, int* changes) : _enabled(enabled), _changes(changes) {}
-    bool launchAtLogin() const override { return _enabled; }
-    void setLaunchAtLogin(bool enabled) override {
-        _enabled = enabled;
-        ++*_changes;
-    }
-
-private:
-    bool _enabled;
-    int* _changes;
-};
-
 // A controller over the fakes, with the preferences and the logger's backlog
 // cleared for each test.
 class ControllerTest : public ::testing::Test {
@@ -139,12 +124,16 @@ protected:
 
     // Creates the controller (init and awakeFromNib) and, unless told not to,
     // runs applicationDidFinishLaunching.
-    DotwiseAppDelegate& start(bool launchAtLogin, bool finishLaunching = true) {
+    // The watcher uses the fake streams unless the test hands it a factory.
+    DotwiseAppDelegate& start(bool launchAtLogin, bool finishLaunching = true,
+                              std::shared_ptr<DWDirectoryEventStreamFactory> factory = nullptr) {
         DotwiseAppDelegate::Services services;
         services.workspace = &workspace;
-        services.launchAtLoginController =
-            std::make_unique<FakeLaunchAtLogin>(launchAtLogin, &loginItemChanges);
-        services.fileWatcher = std::make_unique<DWFileWatcher>();
+        auto loginItemController = std::make_unique<FakeLaunchAtLoginController>();
+        loginItemController->setRegistered(launchAtLogin);
+        loginItem = loginItemController.get();
+        services.launchAtLoginController = std::move(loginItemController);
+        services.fileWatcher = std::make_unique<DWFileWatcher>(factory ? factory : streams);
         services.terminate = [this] { ++terminations; };
         delegate = std::make_unique<DotwiseAppDelegate>(std::move(services));
         if (finishLaunching)
@@ -204,8 +193,11 @@ protected:
     }
 
     RecordingWorkspace workspace;
+    // The watcher's streams: a test delivers directory events by hand.
+    std::shared_ptr<FakeDirectoryEventStreamFactory> streams =
+        std::make_shared<FakeDirectoryEventStreamFactory>();
+    FakeLaunchAtLoginController* loginItem = nullptr; // owned by the controller
     std::unique_ptr<DotwiseAppDelegate> delegate;
     QString folder;
-    int loginItemChanges = 0;
     int terminations = 0;
 };

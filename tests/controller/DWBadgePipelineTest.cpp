@@ -66,11 +66,12 @@ TEST_F(ControllerTest, EachKindOfIconWriteConcealsTheDateOrNotAsItShould) {
     app.waitUntilBadgeUpdatesFinish();
     EXPECT_EQ(workspace.eventsFor(QStringLiteral("a.md")), badgeShown);
 
-    // A modification report: the date the user's edit gave stays.
+    // The user edits the file and the watcher reports it: the date the edit
+    // gave stays.
     LWTimestamp edited{1700000000, 123456789};
     ASSERT_TRUE(lw::setContentModificationDate(a, edited));
     workspace.clearEvents();
-    app.fileModifiedAtPath(a);
+    streams->deliver(folder);
     app.waitUntilBadgeUpdatesFinish();
     EXPECT_EQ(workspace.eventsFor(QStringLiteral("a.md")), badgeConcealed);
     EXPECT_EQ(workspace.dateWrites().last().date, edited);

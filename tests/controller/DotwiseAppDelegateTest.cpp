@@ -49,12 +49,9 @@ TEST_F(ControllerTest, StartUpDropsAMissingFileAndKeepsTheOthersInOrder) {
     // without touching dates; both others are still watched.
     app.waitUntilBadgeUpdatesFinish();
     EXPECT_EQ(workspace.events(), QStringList{QStringLiteral("remove b.md")});
-    EXPECT_EQ(logged(QStringLiteral("Started watching file: %1").arg(a),
-                     QStringLiteral("-[DWFileWatcher startWatchingFile:]")),
-              1);
-    EXPECT_EQ(logged(QStringLiteral("Started watching file: %1").arg(c),
-                     QStringLiteral("-[DWFileWatcher startWatchingFile:]")),
-              1);
+    EXPECT_EQ(app.fileWatcher()->watchedFiles().size(), 2);
+    EXPECT_TRUE(app.fileWatcher()->watchedFiles().contains(a));
+    EXPECT_TRUE(app.fileWatcher()->watchedFiles().contains(c));
     EXPECT_TRUE(app.mainWindow()->isVisible());
     EXPECT_EQ(app.shortVersion()->text(),
               QStringLiteral("v") + LWBundle::mainBundle().shortVersionString());
@@ -75,7 +72,7 @@ TEST_F(ControllerTest, StartingWithTheLoginItemBadgesEveryRestoredFile) {
     EXPECT_EQ(app.taskListsModel()->objectValue(QStringLiteral("openTasks"), 1),
               QStringLiteral("0"));
     // Neither start touched the login item.
-    EXPECT_EQ(loginItemChanges, 0);
+    EXPECT_EQ(loginItem->writeCount(), 0);
 }
 
 TEST_F(ControllerTest, DamagedSavedListStartsEmptyAndIsKeptUntilTheNextSave) {
@@ -160,9 +157,11 @@ TEST_F(ControllerTest, ADeletedFileLeavesTheListAlsoWhileBadgingIsOff) {
     saveTaskLists({a, b});
     DotwiseAppDelegate& app = start(false);
 
+    // The watcher finds b gone when its folder is reported.
     ASSERT_TRUE(QFile::remove(b));
-    app.fileDeletedAtPath(b);
+    streams->deliver(folder);
     EXPECT_EQ(listedPaths(), QStringList{a});
+    EXPECT_EQ(app.fileWatcher()->watchedFiles(), QList<QString>{a});
     EXPECT_EQ(savedPaths(), QStringList{a});
     EXPECT_EQ(app.taskListsModel()->rowCount(), 1);
     EXPECT_EQ(logged(QStringLiteral("File deleted: %1").arg(b),
@@ -174,7 +173,8 @@ TEST_F(ControllerTest, ADeletedFileLeavesTheListAlsoWhileBadgingIsOff) {
     EXPECT_EQ(listedPaths(), QStringList{a});
     // A modification while off is dropped without a word or any work.
     workspace.clearEvents();
-    app.fileModifiedAtPath(a);
+    ASSERT_TRUE(lw::setContentModificationDate(a, {1800000000, 0}));
+    streams->deliver(folder);
     app.waitUntilBadgeUpdatesFinish();
     EXPECT_TRUE(workspace.events().isEmpty());
     EXPECT_EQ(logged(QStringLiteral("File modified: %1").arg(a),
@@ -271,7 +271,8 @@ TEST_F(ControllerTest, ClosingOrHidingQuitsOnlyWhileBadgingIsOff) {
     app.applicationShouldHandleReopen();
     app.onOffButton()->click();
     EXPECT_FALSE(app.isDotwiseEnabled());
-    EXPECT_EQ(loginItemChanges, 1);
+    EXPECT_EQ(loginItem->writeCount(), 1);
+    EXPECT_FALSE(loginItem->launchAtLogin());
     EXPECT_EQ(app.onOffButton()->isChecked(), false);
     EXPECT_EQ(app.hideOrQuitButton()->text(), QStringLiteral("Quit"));
     app.hideOrQuitButton()->click();

@@ -1,0 +1,159 @@
+#include "views/DWBadgeImage.h"
+
+#include "views/DWShadow.h"
+
+#include <QColor>
+#include <QFont>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+int pixelExtent(qreal points, qreal devicePixelRatio) {
+    // A hair below the next integer still counts as that integer: 2 x 25.5
+    // must give 51 pixels, not 52.
+    return int(std::ceil(points * devicePixelRatio - 1e-6));
+}
+
+QImage newCanvas(QSizeF points, qreal devicePixelRatio) {
+    if (!(points.width() > 0) || !(points.height() > 0) || !(devicePixelRatio > 0))
+        return QImage();
+    const int width = pixelExtent(points.width(), devicePixelRatio);
+    const int height = pixelExtent(points.height(), devicePixelRatio);
+    if (width < 1 || height < 1 || width > DWBadgeImage::kMaxPixelSide ||
+        height > DWBadgeImage::kMaxPixelSide)
+        return QImage();
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull())
+        return image;
+    image.setDevicePixelRatio(devicePixelRatio);
+    image.fill(Qt::transparent);
+    return image;
+}
+
+} // namespace
+
+DWBadgeImage::DWBadgeImage(QSizeF size, int openTasks, bool drawShadow, qreal devicePixelRatio)
+    : _size(size), _image(newCanvas(size, devicePixelRatio)) {
+    if (!_image.isNull())
+        draw(openTasks, drawShadow);
+}
+
+float DWBadgeImage::marginFor(qreal width, bool drawShadow) {
+    return drawShadow ? float(std::floor(width * 0.05)) : 0.0f;
+}
+
+int DWBadgeImage::fontSizeFor(qreal height, int openTasks) {
+    const double factor = height == 16.0 ? 0.7 : (openTasks < 10 ? 0.6 : 0.5);
+    return int(std::floor(height * factor));
+}
+
+qreal DWBadgeImage::badgeSideFor(qreal iconWidth) {
+    return iconWidth <= 32 ? iconWidth : std::floor(iconWidth * 0.4);
+}
+
+void DWBadgeImage::draw(int openTasks, bool drawShadowFlag) {
+    const qreal width = _size.width();
+    const qreal height = _size.height();
+    const qreal margin = marginFor(width, drawShadowFlag);
+    const QRectF disc(margin, margin, width - 2 * margin, height - 2 * margin);
+
+    // The shadow goes first, under the disc; nothing after it casts one.
+    if (drawShadowFlag && margin > 0)
+        DWShadow::fillWithEllipseShadow(_image, disc, margin, 0.5);
+
+    QPainter painter(&_image);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgbF(0.76f, 0.05f, 0.11f, 1.0f));
+    painter.drawEllipse(disc);
+
+    const int fontSize = fontSizeFor(height, openTasks);
+    if (fontSize > 0) {
+        QFont font = QGuiApplication::font();
+        font.setBold(true);
+        font.setPixelSize(fontSize);
+        painter.setFont(font);
+        painter.setPen(Qt::white);
+        const QString text = QString::number(openTasks);
+        // One line, centred across; a number wider than the badge is centred
+        // and cut at the badge's edges rather than wrapped.
+        const int flags = Qt::AlignHCenter | Qt::AlignTop | Qt::TextSingleLine;
+        const qreal lineHeight =
+            painter.boundingRect(QRectF(0, 0, width, height), flags, text).height();
+        // Centre the line box vertically, rounding the gap above it down.
+        const float topGap = std::floor(float(height - lineHeight) * 0.5f);
+        painter.drawText(QRectF(0, topGap, width, height - topGap), flags, text);
+    }
+
+    // The gloss lies over the upper half of the disc, text included.
+    const QPointF centre(width * 0.5, height * 0.5);
+    const qreal radius = (width - 2 * margin) * 0.5;
+    QPainterPath gloss;
+    gloss.moveTo(centre.x() + radius, centre.y());
+    gloss.arcTo(QRectF(centre.x() - radius, centre.y() - radius, 2 * radius, 2 * radius), 0, 180);
+    gloss.closeSubpath();
+    painter.fillPath(gloss, QColor::fromRgbF(1.0f, 1.0f, 1.0f, 0.2f));
+}
+
+std::unique_ptr<DWBadgeImage> DWBadgeImage::newBadgeInRect(const QRectF& rect, int openTasks,
+                                                           qreal devicePixelRatio) {
+    const qreal iconWidth = rect.width();
+    const qreal side = badgeSideFor(iconWidth);
+    auto badge = std::make_unique<DWBadgeImage>(QSizeF(side, side), openTasks, iconWidth > 32,
+                                                devicePixelRatio);
+    if (badge->isNull())
+        return nullptr;
+    return badge;
+}
+
+void DWBadgeImage::drawAtTopRightOf(QPainter& painter, const QRectF& rect) const {
+    if (_image.isNull())
+        return;
+    painter.save();
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    painter.setOpacity(1.0);
+    painter.drawImage(QPointF(rect.width() - _size.width(), 0), _image);
+    painter.restore();
+}
+
+LWIconImage DWBadgeImage::addBadgeTo(const LWIconImage& icon, int openTasks) {
+    LWIconImage result;
+    for (const LWIconImage::Representation& representation : icon.representations()) {
+        const QSizeF size = representation.size;
+        const QImage& source = representation.image;
+        const QRectF rect(QPointF(0, 0), size);
+        // Draw at the representation's own pixel density so a 2x
+        // representation stays sharp.
+        qreal devicePixelRatio = 1.0;
+        if (!source.isNull() && size.width() > 0)
+            devicePixelRatio = std::clamp(source.width() / size.width(), 1.0, 8.0);
+
+        QImage canvas;
+        const bool drawIcon = size.width() > 32;
+        if (drawIcon && source.width() == pixelExtent(size.width(), devicePixelRatio) &&
+            source.height() == pixelExtent(size.height(), devicePixelRatio)) {
+            // Same pixels: converting equals drawing it onto a clear canvas.
+            canvas = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+            canvas.setDevicePixelRatio(devicePixelRatio);
+        } else {
+            canvas = newCanvas(size, devicePixelRatio);
+            if (drawIcon && !canvas.isNull() && !source.isNull()) {
+                QPainter painter(&canvas);
+                painter.setRenderHint(QPainter::SmoothPixmapTransform);
+                painter.drawImage(rect, source);
+            }
+        }
+        if (canvas.isNull())
+            continue;
+
+        if (auto badge = newBadgeInRect(rect, openTasks, devicePixelRatio)) {
+            QPainter painter(&canvas);
+            badge->drawAtTopRightOf(painter, rect);
+        }
+        result.addRepresentation(canvas, size);
+    }
+    return result;
+}
