@@ -20,11 +20,13 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFile>
 #include <QFileInfo>
 #include <QFontDatabase>
 #include <QHeaderView>
 #include <QMainWindow>
 #include <QMenu>
+#include <QPainter>
 #include <QPixmap>
 #include <QPropertyAnimation>
 #include <QScreen>
@@ -571,10 +573,7 @@ bool DotwiseAppDelegate::_mayBadge(const DWTaskList* taskList) const {
 void DotwiseAppDelegate::_updateStatusMenu() {
     if (!_statusMenuItem) {
         _statusMenu = new QMenu(QStringLiteral("Dotwise Status Menu"));
-        QIcon templateIcon(QStringLiteral(":/images/StatusIconTemplate.svg"));
-        // A template: the panel may tint it to match its own colours.
-        templateIcon.setIsMask(true);
-        _statusMenuItem = new QSystemTrayIcon(templateIcon, this);
+        _statusMenuItem = new QSystemTrayIcon(_statusIconTemplate(), this);
         _statusMenuItem->setToolTip(QStringLiteral("Dotwise"));
         _statusMenuItem->setContextMenu(_statusMenu);
         // A click on the item opens the menu, as a right-click does.
@@ -598,9 +597,10 @@ void DotwiseAppDelegate::_updateStatusMenu() {
             if (_taskListItems.contains(item))
                 taskListMenuItemAction(item);
         });
-        if (QSystemTrayIcon::isSystemTrayAvailable()) {
-            _statusMenuItem->show();
-        } else {
+        // Shown even without a tray: a panel that starts after Dotwise (as
+        // at login) picks the item up then.
+        _statusMenuItem->show();
+        if (!QSystemTrayIcon::isSystemTrayAvailable()) {
             LW_LOG(2, "-[DotwiseAppDelegate _updateStatusMenu]",
                    QStringLiteral("No system tray available: the status menu is kept but not "
                                   "shown; start Dotwise again to bring its window back"));
@@ -638,6 +638,28 @@ void DotwiseAppDelegate::_updateStatusMenu() {
             item->setIcon(badge);
     }
     emit statusMenuRebuilt();
+}
+
+QIcon DotwiseAppDelegate::_statusIconTemplate() {
+    const QString artwork = QStringLiteral(":/images/StatusIconTemplate.svg");
+    QIcon icon;
+    if (QFile::exists(artwork)) {
+        icon = QIcon(artwork);
+    } else {
+        // Without the artwork, a plain dot keeps the item usable.
+        QPixmap dot(22, 22);
+        dot.fill(Qt::transparent);
+        QPainter painter(&dot);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Qt::black);
+        painter.drawEllipse(QRectF(4, 4, 14, 14));
+        painter.end();
+        icon = QIcon(dot);
+    }
+    // A template: the panel may tint it to match its own colours.
+    icon.setIsMask(true);
+    return icon;
 }
 
 QIcon DotwiseAppDelegate::_menuBadgeIcon(int openTasks) {

@@ -204,6 +204,7 @@ private:
     void _placeOnOffKnob(bool animated);
     void _terminate();
     QIcon _menuBadgeIcon(int openTasks);
+    static QIcon _statusIconTemplate();
 
     // Which task lists may carry a badge: those in the list while badging is
     // on. Read by the worker, written on the main thread.

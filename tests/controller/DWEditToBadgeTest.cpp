@@ -1,5 +1,4 @@
 #include "ControllerTestSupport.h"
-
 #include "controller/DWTaskListTableModel.h"
 #include "platform/DWInotifyEventStreamFactory.h"
 

@@ -208,6 +208,14 @@ TEST_F(ControllerTest, TheMenuListsTaskListsOnlyWhileBadgingIsOn) {
 
     app.setIsDotwiseEnabled(false);
     EXPECT_EQ(menuTitles(), fixed);
+    // Back on, without the first list: the remaining item opens its own file.
+    app.setIsDotwiseEnabled(true);
+    app.removeTaskListFromWatchList(app.taskListForFile(first));
+    EXPECT_EQ(menuTitles(),
+              QStringList({QStringLiteral("list.md"), QStringLiteral("---")}) + fixed);
+    app.statusMenu()->actions().at(0)->trigger();
+    EXPECT_EQ(workspace.openedFiles(), (QStringList{second, second}));
+    app.setIsDotwiseEnabled(false);
 
     // However often it is rebuilt, there is one tray item, made once.
     QSystemTrayIcon* item = app.statusMenuItem();
