@@ -1,5 +1,6 @@
 #include "openrecent/LWOpenRecentMenuController.h"
 
+#include "filesystem/LWFileSystem.h"
 #include "foundation/LWPreferences.h"
 #include "ui/LWWorkspace.h"
 
@@ -90,7 +91,7 @@ void LWOpenRecentMenuController::menuNeedsUpdate(QMenu* menu) {
         // Gone documents are left out of the menu but stay in the list.
         if (path.isEmpty() || !QFileInfo::exists(path))
             continue;
-        QAction* item = menu->addAction(_displayNameForPath(path));
+        QAction* item = menu->addAction(LWFileSystem::localizedNameForItemAtPath(path));
         item->setData(path);
         item->setShortcut(QKeySequence());
         if (_workspace)
@@ -106,10 +107,4 @@ void LWOpenRecentMenuController::menuNeedsUpdate(QMenu* menu) {
         connect(clear, &QAction::triggered, this, [this, clear] { clearRecentDocuments(clear); });
     else
         clear->setEnabled(false);
-}
-
-QString LWOpenRecentMenuController::_displayNameForPath(const QString& path) const {
-    // The file's name as the file manager shows it. (Stands in for the
-    // file-system helpers' display name until those are in the library.)
-    return QFileInfo(path).fileName();
 }

@@ -52,8 +52,6 @@ signals:
     void openFile(const QString& path);
 
 private:
-    QString _displayNameForPath(const QString& path) const;
-
     LWWorkspace* _workspace;
     std::unique_ptr<QMenu> _ownMenu;
     QPointer<QMenu> _openRecentMenu;
