@@ -150,7 +150,7 @@ TEST(WorkspaceIcons, FileTypesNameTheIconsAndTheBundledDocumentIsTheLastResort) 
               DWIconTheme::renderImageFile(bundledIcon, 128));
 
     // The themes installed here give a real icon, not the bundled one.
-    const DWLinuxWorkspace installed;
+    const DWLinuxWorkspace installed({QStringLiteral("Adwaita"), {}, QString()});
     if (installed.iconThemeChain().contains(QStringLiteral("Adwaita"))) {
         EXPECT_NE(installed.iconForFile(files + QStringLiteral("notes.txt")).imageForSize(128),
                   DWIconTheme::renderImageFile(bundledIcon, 128));
