@@ -5,7 +5,6 @@
 
 #include <QString>
 #include <QUrl>
-
 #include <optional>
 
 // The desktop's services for files and applications. One Linux implementation

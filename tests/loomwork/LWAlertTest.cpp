@@ -1,0 +1,344 @@
+#include "ui/LWAlert.h"
+
+#include "logging/LWLogger.h"
+#include "ui/LWAlertAdditions.h"
+#include "ui/LWAlertSheetCompletionHandlerRunner.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
+#include <QWidget>
+#include <gtest/gtest.h>
+
+namespace {
+void flushDeferredDeletes() {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
+}
+
+std::unique_ptr<LWAlert> classicAlert() {
+    return LWAlert::alertWithMessageText(QStringLiteral("Pick one"), QStringLiteral("Take"),
+                                         QStringLiteral("Skip"), QStringLiteral("Later"),
+                                         QStringLiteral("Details"));
+}
+
+std::unique_ptr<LWAlert> addedButtonsAlert() {
+    auto alert = std::make_unique<LWAlert>();
+    alert->setMessageText(QStringLiteral("Pick one"));
+    alert->addButtonWithTitle(QStringLiteral("First"));
+    alert->addButtonWithTitle(QStringLiteral("Second"));
+    return alert;
+}
+
+class AlertTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        window = std::make_unique<QWidget>();
+        window->resize(400, 300);
+        window->show();
+    }
+    void TearDown() override {
+        flushDeferredDeletes();
+        EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
+    }
+    std::unique_ptr<QWidget> window;
+};
+} // namespace
+
+TEST_F(AlertTest, ClassicAndAddedButtonsAnswerTheirReturnCodes) {
+    auto alert = classicAlert();
+    ASSERT_EQ(alert->buttons().size(), 3);
+    EXPECT_EQ(alert->buttons()[0]->text(), QStringLiteral("Take"));
+    EXPECT_EQ(alert->returnCodeOfButton(alert->buttons()[0]), 1);
+    EXPECT_EQ(alert->returnCodeOfButton(alert->buttons()[1]), 0);
+    EXPECT_EQ(alert->returnCodeOfButton(alert->buttons()[2]), -1);
+    EXPECT_TRUE(alert->buttons()[0]->isDefault());
+
+    // No default title still leaves a way out; empty others are left out.
+    auto sparse = LWAlert::alertWithMessageText(QStringLiteral("m"), QString(), QString(),
+                                                QString(), QString());
+    ASSERT_EQ(sparse->buttons().size(), 1);
+    EXPECT_EQ(sparse->buttons()[0]->text(), QStringLiteral("OK"));
+
+    auto added = addedButtonsAlert();
+    EXPECT_EQ(added->returnCodeOfButton(added->buttons()[0]), 1000);
+    EXPECT_EQ(added->returnCodeOfButton(added->buttons()[1]), 1001);
+    EXPECT_EQ(added->returnCodeOfButton(added->addButtonWithTitle(QStringLiteral("Third"))), 1002);
+}
+
+TEST_F(AlertTest, SheetStaysUpUntilAnsweredAndIsOnScreenDuringTheCallback) {
+    auto alert = classicAlert();
+    QList<int> codes;
+    bool visibleInCallback = false;
+    alert->beginSheetModalForWindow(window.get(), [&](int code) {
+        codes.append(code);
+        visibleInCallback = alert->window()->isVisible();
+    });
+    EXPECT_TRUE(codes.isEmpty()); // returns at once
+    ASSERT_EQ(LWAlert::activeAlerts(), QList<LWAlert*>{alert.get()});
+    EXPECT_EQ(alert->window()->parentWidget(), window.get());
+    EXPECT_EQ(alert->window()->windowModality(), Qt::WindowModal);
+    EXPECT_TRUE(alert->window()->isVisible());
+
+    // A real click goes through the event queue.
+    alert->buttons()[1]->click();
+    EXPECT_TRUE(codes.isEmpty());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(codes, QList<int>{0});
+    EXPECT_TRUE(visibleInCallback);
+    EXPECT_FALSE(alert->window()->isVisible());
+    EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
+    // Answering again does nothing.
+    EXPECT_FALSE(alert->clickButtonWithReturnCode(1));
+    EXPECT_EQ(codes.size(), 1);
+}
+
+TEST_F(AlertTest, CallbackMayDestroyTheAlertOrShowItAgain) {
+    auto alert = classicAlert();
+    alert->beginSheetModalForWindow(window.get(), [&](int) { alert.reset(); });
+    ASSERT_TRUE(alert->clickButtonWithReturnCode(-1));
+    EXPECT_EQ(alert, nullptr);
+
+    // Shown again from its own callback (the next question on the same window).
+    auto again = classicAlert();
+    int rounds = 0;
+    std::function<void(int)> ask = [&](int) {
+        if (++rounds == 1)
+            again->beginSheetModalForWindow(window.get(), ask);
+    };
+    again->beginSheetModalForWindow(window.get(), ask);
+    ASSERT_TRUE(again->clickButtonWithReturnCode(1));
+    EXPECT_TRUE(again->isRunning());
+    EXPECT_TRUE(again->window()->isVisible());
+    ASSERT_TRUE(again->clickButtonWithTitle(QStringLiteral("Skip")));
+    EXPECT_EQ(rounds, 2);
+    EXPECT_FALSE(again->window()->isVisible());
+}
+
+TEST_F(AlertTest, RunModalReturnsTheCodeOfTheButtonPressed) {
+    auto alert = addedButtonsAlert();
+    QTimer::singleShot(0, [] {
+        ASSERT_EQ(LWAlert::activeAlerts().size(), 1);
+        LWAlert::activeAlerts().first()->buttons()[1]->click();
+    });
+    EXPECT_EQ(alert->runModal(), 1001);
+    EXPECT_FALSE(alert->window()->isVisible());
+
+    // Negative codes survive the dialog's own result handling.
+    auto classic = classicAlert();
+    QTimer::singleShot(0, [&] { classic->clickButtonWithReturnCode(-1); });
+    EXPECT_EQ(classic->runModal(), -1);
+}
+
+TEST_F(AlertTest, EscapeAnswersOnlyThroughACancelButton) {
+    auto alert = LWAlert::alertWithMessageText(QStringLiteral("m"), QStringLiteral("Save"),
+                                               QStringLiteral("Cancel"), QString(), QString());
+    QList<int> codes;
+    alert->beginSheetModalForWindow(window.get(), [&](int code) { codes.append(code); });
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(alert->window(), &escape);
+    EXPECT_EQ(codes, QList<int>{0});
+
+    auto noCancel = classicAlert();
+    noCancel->beginSheetModalForWindow(window.get(), [&](int code) { codes.append(code); });
+    QApplication::sendEvent(noCancel->window(), &escape);
+    noCancel->window()->close();
+    EXPECT_TRUE(noCancel->isRunning());
+    EXPECT_TRUE(noCancel->window()->isVisible());
+    noCancel->clickButtonWithReturnCode(1);
+    EXPECT_EQ(codes, (QList<int>{0, 1}));
+}
+
+TEST_F(AlertTest, WindowDestroyedUnderASheetLeavesAWorkingAlert) {
+    auto alert = classicAlert();
+    auto* accessory = new QLabel(QStringLiteral("extra"));
+    QPointer<QWidget> accessoryGuard(accessory);
+    alert->setAccessoryView(accessory);
+    bool called = false;
+    bool abandoned = false;
+    QObject::connect(alert.get(), &LWAlert::sheetAbandoned, [&] { abandoned = true; });
+    alert->beginSheetModalForWindow(window.get(), [&](int) { called = true; });
+    window.reset();
+    EXPECT_TRUE(abandoned);
+    EXPECT_FALSE(called);
+    EXPECT_FALSE(alert->isRunning());
+    ASSERT_TRUE(accessoryGuard);
+    EXPECT_EQ(alert->accessoryView(), accessory);
+
+    // Still usable, with its buttons and view, on another window.
+    QWidget other;
+    other.show();
+    int code = 99;
+    alert->beginSheetModalForWindow(&other, [&](int c) { code = c; });
+    EXPECT_EQ(alert->buttons().size(), 3);
+    EXPECT_EQ(accessory->parentWidget()->window(), alert->window());
+    alert->clickButtonWithTitle(QStringLiteral("Later"));
+    EXPECT_EQ(code, -1);
+    alert.reset();
+    EXPECT_FALSE(accessoryGuard); // went with its alert
+}
+
+TEST_F(AlertTest, AccessoryViewsAreOwnedReplacedAndTakenBack) {
+    auto alert = classicAlert();
+    auto* first = new QLabel(QStringLiteral("one"));
+    QPointer<QWidget> firstGuard(first);
+    alert->setAccessoryView(first);
+    alert->setAccessoryView(new QLabel(QStringLiteral("two")));
+    EXPECT_FALSE(firstGuard);
+
+    QWidget* taken = alert->takeAccessoryView();
+    ASSERT_NE(taken, nullptr);
+    EXPECT_EQ(alert->accessoryView(), nullptr);
+    EXPECT_EQ(taken->parent(), nullptr);
+    QPointer<QWidget> takenGuard(taken);
+    alert.reset();
+    EXPECT_TRUE(takenGuard);
+    delete taken;
+}
+
+// The completion-callback sheets: result rules, null callback and lifetime.
+namespace {
+struct ChoicesCase {
+    const char* name;
+    bool classic;
+    QStringList choices;
+    int selected; // -2 keeps the pop-up's own selection
+    int button;
+    int expected;
+};
+} // namespace
+
+class AlertChoicesTest : public AlertTest, public ::testing::WithParamInterface<ChoicesCase> {};
+
+TEST_P(AlertChoicesTest, ResultFollowsThePopUpRule) {
+    const ChoicesCase& c = GetParam();
+    auto alert = c.classic ? classicAlert() : addedButtonsAlert();
+    LWAlert* raw = alert.get();
+    std::optional<int> result;
+    lw::beginSheetModalWithChoices(std::move(alert), c.choices, window.get(),
+                                   [&](LWAlert& ended, int r) {
+                                       EXPECT_EQ(&ended, raw);
+                                       result = r;
+                                   });
+    auto* popUp = qobject_cast<QComboBox*>(raw->accessoryView());
+    ASSERT_NE(popUp, nullptr);
+    EXPECT_EQ(popUp->size(), QSize(300, 26));
+    ASSERT_EQ(popUp->count(), c.choices.size());
+    for (int i = 0; i < popUp->count(); ++i)
+        EXPECT_EQ(popUp->itemText(i), c.choices[i]);
+    if (c.selected != -2)
+        popUp->setCurrentIndex(c.selected);
+    ASSERT_TRUE(raw->clickButtonWithReturnCode(c.button));
+    ASSERT_TRUE(result.has_value());
+    EXPECT_EQ(*result, c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sheets, AlertChoicesTest,
+    ::testing::Values(ChoicesCase{"DefaultGivesFirstByDefault", true, {"a", "b", "c"}, -2, 1, 0},
+                      ChoicesCase{"DefaultGivesSelected", true, {"a", "b", "c"}, 2, 1, 2},
+                      ChoicesCase{"DefaultWithNothingSelected", true, {"a", "b"}, -1, 1, -1},
+                      ChoicesCase{"Alternate", true, {"a", "b", "c"}, 2, 0, -1},
+                      ChoicesCase{"Other", true, {"a", "b", "c"}, 1, -1, -1},
+                      ChoicesCase{"EmptyChoices", true, {}, -2, 1, -1},
+                      ChoicesCase{"AddedFirstButton", false, {"a", "b"}, 1, 1000, -1},
+                      ChoicesCase{"AddedSecondButton", false, {"a", "b"}, 1, 1001, -1}),
+    [](const auto& param) { return std::string(param.param.name); });
+
+TEST_F(AlertTest, PlainSheetPassesCodesUnlessTheAccessoryIsAPopUp) {
+    std::optional<int> result;
+    auto handler = [&](LWAlert&, int r) { result = r; };
+
+    auto plain = addedButtonsAlert();
+    LWAlert* raw = plain.get();
+    lw::beginSheetModalForWindow(std::move(plain), window.get(), handler);
+    raw->clickButtonWithReturnCode(1001);
+    EXPECT_EQ(result, 1001);
+
+    // The rule follows the accessory view, not the entry used.
+    auto own = classicAlert();
+    auto* popUp = new QComboBox();
+    popUp->addItems({QStringLiteral("x"), QStringLiteral("y")});
+    popUp->setCurrentIndex(1);
+    own->setAccessoryView(popUp);
+    raw = own.get();
+    lw::beginSheetModalForWindow(std::move(own), window.get(), handler);
+    raw->clickButtonWithReturnCode(1);
+    EXPECT_EQ(result, 1);
+    flushDeferredDeletes();
+
+    // The choices replace an accessory view the alert had.
+    auto replaced = classicAlert();
+    auto* label = new QLabel(QStringLiteral("old"));
+    QPointer<QWidget> labelGuard(label);
+    replaced->setAccessoryView(label);
+    raw = replaced.get();
+    lw::beginSheetModalWithChoices(std::move(replaced), {QStringLiteral("only")}, window.get(),
+                                   handler);
+    EXPECT_FALSE(labelGuard);
+    raw->clickButtonWithReturnCode(1);
+    EXPECT_EQ(result, 0);
+}
+
+TEST_F(AlertTest, RunnerKeepsTheAlertUntilTheCallbackHasReturned) {
+    auto alert = classicAlert();
+    QPointer<LWAlert> guard(alert.get());
+    bool aliveInCallback = false;
+    lw::beginSheetModalForWindow(std::move(alert), window.get(), [&](LWAlert& ended, int) {
+        QCoreApplication::processEvents(); // not the end of the current event
+        aliveInCallback = guard && ended.window() != nullptr;
+    });
+    flushDeferredDeletes();
+    ASSERT_TRUE(guard) << "the sheet is still up";
+    guard->clickButtonWithReturnCode(1);
+    EXPECT_TRUE(aliveInCallback);
+    EXPECT_TRUE(guard) << "released only at the end of the event";
+    flushDeferredDeletes();
+    EXPECT_FALSE(guard);
+
+    // A null callback: the sheet runs and ends, and the runner still goes.
+    auto silent = classicAlert();
+    QPointer<LWAlert> silentGuard(silent.get());
+    lw::beginSheetModalForWindow(std::move(silent), window.get(), nullptr);
+    ASSERT_TRUE(silentGuard->clickButtonWithReturnCode(0));
+    flushDeferredDeletes();
+    EXPECT_FALSE(silentGuard);
+
+    // The window going away under the sheet releases the runner and alert.
+    auto orphan = classicAlert();
+    QPointer<LWAlert> orphanGuard(orphan.get());
+    bool orphanCalled = false;
+    lw::beginSheetModalForWindow(std::move(orphan), window.get(),
+                                 [&](LWAlert&, int) { orphanCalled = true; });
+    window.reset();
+    flushDeferredDeletes();
+    EXPECT_FALSE(orphanGuard);
+    EXPECT_FALSE(orphanCalled);
+}
+
+TEST_F(AlertTest, RunnerRefusesAnAlertThatIsNotItsOwn) {
+    LWLogger* logger = LWLogger::sharedInstance();
+    const int savedSize = logger->messageBacklogSize();
+    logger->setMessageBacklogSize(4);
+    logger->setMessageBacklog({});
+    bool called = false;
+    auto alert = classicAlert();
+    QPointer<LWAlert> guard(alert.get());
+    auto* runner = new LWAlertSheetCompletionHandlerRunner(std::move(alert),
+                                                           [&](LWAlert&, int) { called = true; });
+    LWAlert stranger;
+    ::testing::internal::CaptureStderr();
+    runner->alertDidEnd(&stranger, 1);
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_FALSE(called);
+    ASSERT_FALSE(logger->messageBacklog().isEmpty());
+    EXPECT_TRUE(logger->messageBacklog().first().contains(
+        QStringLiteral("Got a alert different from what I expected -- This should never happen")));
+    logger->setMessageBacklogSize(savedSize);
+    delete runner;
+    EXPECT_FALSE(guard);
+}
