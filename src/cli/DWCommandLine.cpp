@@ -1,12 +1,14 @@
 #include "cli/DWCommandLine.h"
 
+#include "cli/DWBadgeCommand.h"
+#include "cli/DWCountCommand.h"
 #include "foundation/LWBundle.h"
 
 #include <QCoreApplication>
-
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <vector>
 
 namespace {
 struct Subcommand {
@@ -15,10 +17,13 @@ struct Subcommand {
     std::function<int(int, char**)> run;
 };
 
-// Each subcommand creates the kind of application object it needs (never a
-// GUI one), so that it runs without a display.
+// Each subcommand creates the kind of application object it needs (at most an
+// offscreen QGuiApplication), so that it runs without a display.
 const std::vector<Subcommand>& subcommands() {
-    static const std::vector<Subcommand> table = {};
+    static const std::vector<Subcommand> table = {
+        {"count", DWCountCommand::synopsis(), DWCountCommand::run},
+        {"badge", DWBadgeCommand::synopsis(), DWBadgeCommand::run},
+    };
     return table;
 }
 

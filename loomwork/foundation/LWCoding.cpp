@@ -1,0 +1,3 @@
+#include "foundation/LWCoding.h"
+
+LWCoding::~LWCoding() = default;

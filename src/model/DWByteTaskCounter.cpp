@@ -1,0 +1,301 @@
+#include "model/DWByteTaskCounter.h"
+
+#include "model/DWTextDecoder.h"
+
+#include <algorithm>
+#include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace {
+inline bool isBlank(uchar c) {
+    return c == ' ' || c == '\t';
+}
+inline uchar foldAscii(uchar c) {
+    return (c >= 'A' && c <= 'Z') ? uchar(c | 0x20) : c;
+}
+
+// Bytes that end a line (LF, VT, FF, CR) or may begin one that does (any byte
+// above 0x7F: U+0085, U+2028 and U+2029 in UTF-8, 0x85 in Latin-1).
+struct SpecialTable {
+    bool special[256] = {};
+    constexpr SpecialTable() {
+        for (int c = 0x0A; c <= 0x0D; ++c)
+            special[c] = true;
+        for (int c = 0x80; c <= 0xFF; ++c)
+            special[c] = true;
+    }
+};
+constexpr SpecialTable specialTable;
+
+inline const uchar* findSpecial(const uchar* p, const uchar* end) {
+#ifdef __SSE2__
+    const __m128i nine = _mm_set1_epi8(9);
+    const __m128i fourteen = _mm_set1_epi8(14);
+    while (end - p >= 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        // Signed compares: bytes above 0x7F are negative and show in the sign
+        // bit that movemask collects.
+        const __m128i breaks = _mm_and_si128(_mm_cmpgt_epi8(v, nine), _mm_cmplt_epi8(v, fourteen));
+        const int mask = _mm_movemask_epi8(_mm_or_si128(breaks, v));
+        if (mask)
+            return p + __builtin_ctz(unsigned(mask));
+        p += 16;
+    }
+#endif
+    while (p < end && !specialTable.special[*p])
+        ++p;
+    return p;
+}
+
+// Case-blind search for a token whose letters are already lower case.
+bool containsToken(const uchar* begin, const uchar* end, const std::string& token) {
+    const size_t length = token.size();
+    if (size_t(end - begin) < length)
+        return false;
+    const auto* t = reinterpret_cast<const uchar*>(token.data());
+    const uchar first = t[0];
+    const uchar firstUpper = (first >= 'a' && first <= 'z') ? uchar(first - 0x20) : first;
+    const uchar* last = end - length;
+    for (const uchar* p = begin; p <= last; ++p) {
+        if (*p != first && *p != firstUpper)
+            continue;
+        size_t i = 1;
+        while (i < length && foldAscii(p[i]) == t[i])
+            ++i;
+        if (i == length)
+            return true;
+    }
+    return false;
+}
+} // namespace
+
+std::optional<DWByteTaskCounter::Program>
+DWByteTaskCounter::Program::compile(const DWTaskRuleArray& openRules,
+                                    const std::optional<DWTaskRuleArray>& doneRules) {
+    Program program;
+    auto add = [&program](const DWTaskRuleArray& rules, std::vector<Rule>& into) {
+        for (const std::shared_ptr<DWTaskRuleProtocol>& rule : rules) {
+            if (!rule)
+                continue; // a missing rule matches nothing
+            const std::optional<DWByteRule> form = rule->byteRule();
+            if (!form)
+                return false;
+            Rule compiled{form->kind, form->ascii.toStdString(), -1};
+            switch (compiled.kind) {
+            case DWByteRule::Kind::Never:
+            case DWByteRule::Kind::NotEmpty:
+                break;
+            case DWByteRule::Kind::Prefix:
+                program.headLength = std::max(program.headLength, compiled.bytes.size());
+                break;
+            case DWByteRule::Kind::Contains:
+                for (char& c : compiled.bytes)
+                    c = char(foldAscii(uchar(c)));
+                compiled.hitIndex = program.containsRules++;
+                program.tailLength = std::max(program.tailLength, compiled.bytes.size() - 1);
+                break;
+            }
+            if (compiled.kind == DWByteRule::Kind::Prefix ||
+                compiled.kind == DWByteRule::Kind::Contains) {
+                if (compiled.bytes.empty())
+                    compiled.kind = DWByteRule::Kind::Never;
+            }
+            into.push_back(std::move(compiled));
+        }
+        return true;
+    };
+    if (!add(openRules, program.openRules))
+        return std::nullopt;
+    if (doneRules && !add(*doneRules, program.doneRules))
+        return std::nullopt;
+    return program;
+}
+
+DWByteTaskCounter::DWByteTaskCounter(const Program& program, Mode mode)
+    : _program(program), _mode(mode), _hits(size_t(program.containsRules), 0) {
+    _head.reserve(program.headLength);
+    _tail.reserve(program.tailLength * 2 + 16);
+}
+
+bool DWByteTaskCounter::matches(const Rule& rule, const uchar* begin, const uchar* firstNonBlank,
+                                const uchar* end) const {
+    switch (rule.kind) {
+    case DWByteRule::Kind::Never:
+        return false;
+    case DWByteRule::Kind::NotEmpty:
+        return firstNonBlank < end;
+    case DWByteRule::Kind::Prefix: {
+        const uchar* p = firstNonBlank;
+        for (const char c : rule.bytes) {
+            while (p < end && isBlank(*p))
+                ++p;
+            if (p == end || *p != uchar(c))
+                return false;
+            ++p;
+        }
+        return true;
+    }
+    case DWByteRule::Kind::Contains:
+        return containsToken(begin, end, rule.bytes);
+    }
+    return false;
+}
+
+bool DWByteTaskCounter::lineIsOpen(const uchar* begin, const uchar* end) const {
+    const uchar* first = begin;
+    while (first < end && isBlank(*first))
+        ++first;
+    bool open = false;
+    for (const Rule& rule : _program.openRules) {
+        if (matches(rule, begin, first, end)) {
+            open = true;
+            break;
+        }
+    }
+    if (!open)
+        return false;
+    for (const Rule& rule : _program.doneRules) {
+        if (matches(rule, begin, first, end))
+            return false;
+    }
+    return true;
+}
+
+void DWByteTaskCounter::absorb(const uchar* begin, const uchar* end) {
+    if (begin == end)
+        return;
+    _cut = true;
+    for (const uchar* p = begin; p < end && _head.size() < _program.headLength; ++p) {
+        if (!isBlank(*p))
+            _head.push_back(char(*p));
+    }
+    if (_program.containsRules == 0)
+        return;
+    auto search = [this](const uchar* b, const uchar* e) {
+        for (const std::vector<Rule>* rules : {&_program.openRules, &_program.doneRules}) {
+            for (const Rule& rule : *rules) {
+                if (rule.kind == DWByteRule::Kind::Contains && !_hits[size_t(rule.hitIndex)] &&
+                    containsToken(b, e, rule.bytes))
+                    _hits[size_t(rule.hitIndex)] = 1;
+            }
+        }
+    };
+    // A token may start in the bytes kept from before and end in these.
+    if (!_tail.empty()) {
+        const size_t keep = _tail.size();
+        _tail.append(reinterpret_cast<const char*>(begin),
+                     std::min(size_t(end - begin), _program.tailLength));
+        const auto* t = reinterpret_cast<const uchar*>(_tail.data());
+        search(t, t + _tail.size());
+        _tail.resize(keep);
+    }
+    search(begin, end);
+    const size_t length = size_t(end - begin);
+    if (length >= _program.tailLength) {
+        _tail.assign(reinterpret_cast<const char*>(end - _program.tailLength), _program.tailLength);
+    } else {
+        _tail.append(reinterpret_cast<const char*>(begin), length);
+        if (_tail.size() > _program.tailLength)
+            _tail.erase(0, _tail.size() - _program.tailLength);
+    }
+}
+
+bool DWByteTaskCounter::cutLineMatches(const Rule& rule) const {
+    switch (rule.kind) {
+    case DWByteRule::Kind::Never:
+        return false;
+    case DWByteRule::Kind::NotEmpty:
+        return !_head.empty();
+    case DWByteRule::Kind::Prefix:
+        return _head.size() >= rule.bytes.size() &&
+               std::memcmp(_head.data(), rule.bytes.data(), rule.bytes.size()) == 0;
+    case DWByteRule::Kind::Contains:
+        return _hits[size_t(rule.hitIndex)] != 0;
+    }
+    return false;
+}
+
+bool DWByteTaskCounter::cutLineIsOpen() const {
+    const bool open = std::any_of(_program.openRules.begin(), _program.openRules.end(),
+                                  [this](const Rule& rule) { return cutLineMatches(rule); });
+    return open && std::none_of(_program.doneRules.begin(), _program.doneRules.end(),
+                                [this](const Rule& rule) { return cutLineMatches(rule); });
+}
+
+void DWByteTaskCounter::endLine(const uchar* begin, const uchar* end) {
+    if (!_cut) {
+        _count += lineIsOpen(begin, end);
+        return;
+    }
+    absorb(begin, end);
+    _count += cutLineIsOpen();
+    _cut = false;
+    _head.clear();
+    _tail.clear();
+    std::fill(_hits.begin(), _hits.end(), 0);
+}
+
+DWByteTaskCounter::FeedResult DWByteTaskCounter::feed(const char* data, qsizetype size, bool last) {
+    const auto* const begin = reinterpret_cast<const uchar*>(data);
+    const uchar* const end = begin + size;
+    const uchar* lineStart = begin;
+    const uchar* cursor = begin;
+    for (;;) {
+        const uchar* s = findSpecial(cursor, end);
+        if (s == end)
+            break;
+        const uchar byte = *s;
+        if (byte < 0x80) {
+            endLine(lineStart, s);
+            lineStart = cursor = s + 1;
+            continue;
+        }
+        if (_mode == Mode::Latin1) {
+            if (byte == 0x85) {
+                endLine(lineStart, s);
+                lineStart = s + 1;
+            }
+            cursor = s + 1;
+            continue;
+        }
+        const int length = DWTextDecoder::utf8SequenceLength(s, end);
+        if (length == DWTextDecoder::Incomplete && !last) {
+            absorb(lineStart, s);
+            return {s - begin, false};
+        }
+        if (length <= 0) {
+            if (_mode == Mode::Utf8) {
+                absorb(lineStart, s);
+                return {s - begin, true};
+            }
+            cursor = s + 1; // one replaced character, part of the line
+            continue;
+        }
+        const bool nextLine = length == 2 && byte == 0xC2 && s[1] == 0x85;
+        const bool separator =
+            length == 3 && byte == 0xE2 && s[1] == 0x80 && (s[2] == 0xA8 || s[2] == 0xA9);
+        if (nextLine || separator) {
+            _sawLatin1Difference = true;
+            endLine(lineStart, s);
+            lineStart = s + length;
+        } else if (std::memchr(s + 1, 0x85, size_t(length - 1))) {
+            _sawLatin1Difference = true;
+        }
+        cursor = s + length;
+    }
+    if (last)
+        endLine(lineStart, end); // the last line, even when empty
+    else
+        absorb(lineStart, end);
+    return {size, false};
+}
+
+bool DWByteTaskCounter::continueAsLatin1() {
+    if (_mode != Mode::Utf8 || _sawLatin1Difference)
+        return false;
+    _mode = Mode::Latin1;
+    return true;
+}

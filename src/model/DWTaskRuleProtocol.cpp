@@ -1,0 +1,3 @@
+#include "model/DWTaskRuleProtocol.h"
+
+DWTaskRuleProtocol::~DWTaskRuleProtocol() = default;
