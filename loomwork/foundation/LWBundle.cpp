@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QMutex>
-
 #include <optional>
 
 namespace {

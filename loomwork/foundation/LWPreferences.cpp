@@ -21,7 +21,9 @@ LWPreferences LWPreferences::standard() {
     return LWPreferences(organization, application);
 }
 
-QVariant LWPreferences::objectForKey(const QString& key) const { return _settings->value(key); }
+QVariant LWPreferences::objectForKey(const QString& key) const {
+    return _settings->value(key);
+}
 
 bool LWPreferences::boolForKey(const QString& key) const {
     // INI files keep booleans as text; "true"/"1" both read as true.
@@ -40,7 +42,9 @@ QStringList LWPreferences::stringArrayForKey(const QString& key) const {
     return _settings->value(key).toStringList();
 }
 
-bool LWPreferences::contains(const QString& key) const { return _settings->contains(key); }
+bool LWPreferences::contains(const QString& key) const {
+    return _settings->contains(key);
+}
 
 void LWPreferences::setObject(const QString& key, const QVariant& value) {
     _settings->setValue(key, value);
@@ -53,6 +57,10 @@ void LWPreferences::removeObject(const QString& key) {
     _settings->sync();
 }
 
-void LWPreferences::synchronize() { _settings->sync(); }
+void LWPreferences::synchronize() {
+    _settings->sync();
+}
 
-QString LWPreferences::fileName() const { return _settings->fileName(); }
+QString LWPreferences::fileName() const {
+    return _settings->fileName();
+}

@@ -1,7 +1,6 @@
 #include "foundation/LWTimestamp.h"
 
 #include <QFile>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -24,7 +23,17 @@ std::optional<LWTimestamp> lw::contentModificationDate(const QString& path) {
 }
 
 bool lw::setContentModificationDate(const QString& path, const LWTimestamp& date) {
-    const struct timespec times[2] = {{0, UTIME_OMIT}, {date.seconds, long(date.nanoseconds)}};
-    return !path.isEmpty() &&
-           utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) == 0;
+    if (path.isEmpty())
+        return false;
+    const QByteArray name = QFile::encodeName(path);
+    // The access date is written back as it is rather than left out: the
+    // kernel reports a change of the modification date alone as a content
+    // change (IN_MODIFY), and of both dates as an attribute change, which
+    // file watchers ignore.
+    struct timespec times[2] = {{0, UTIME_OMIT}, {date.seconds, long(date.nanoseconds)}};
+    struct statx info {};
+    if (statx(AT_FDCWD, name.constData(), 0, STATX_ATIME, &info) == 0 &&
+        (info.stx_mask & STATX_ATIME))
+        times[0] = {info.stx_atime.tv_sec, long(info.stx_atime.tv_nsec)};
+    return utimensat(AT_FDCWD, name.constData(), times, 0) == 0;
 }

@@ -2,31 +2,15 @@
 
 #include "foundation/LWBundle.h"
 #include "foundation/LWPreferences.h"
+#include "logging/LWSystemLog.h"
 
-#include <QDateTime>
 #include <QFileInfo>
 #include <QRecursiveMutex>
-
-#include <cerrno>
-#include <cstdio>
-#include <unistd.h>
 
 namespace {
 QRecursiveMutex creationLock;
 std::atomic<LWLogger*> sharedLogger{nullptr};
 LWLogger* loggerUnderConstruction = nullptr;
-
-void printToStandardError(const QString& line) {
-    static const QByteArray processName = QByteArray(program_invocation_short_name);
-    const QByteArray text = QDateTime::currentDateTime()
-                                .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz "))
-                                .toUtf8() +
-                            processName + '[' + QByteArray::number(getpid()) + ':' +
-                            QByteArray::number(gettid()) + "] " + line.toUtf8() + '\n';
-    // One write per line so that lines from two threads never interleave.
-    std::fwrite(text.constData(), 1, size_t(text.size()), stderr);
-    std::fflush(stderr);
-}
 } // namespace
 
 LWLogger* LWLogger::sharedInstance() {
@@ -98,8 +82,8 @@ QString LWLogger::formatLine(const QString& message, int level, const QString& f
              function);
 }
 
-void LWLogger::log(const QString& message, int level, const QString& file,
-                   const QString& function, int line) {
+void LWLogger::log(const QString& message, int level, const QString& file, const QString& function,
+                   int line) {
     const QString text = formatLine(message, level, file, function, line);
     const int backlogSize = messageBacklogSize();
     if (backlogSize > 0) {
@@ -109,7 +93,7 @@ void LWLogger::log(const QString& message, int level, const QString& file,
             _messageBacklog.removeLast();
     }
     if (unsigned(level) <= unsigned(maxLogLevel()))
-        printToStandardError(text);
+        lw::systemLog(text);
 }
 
 QString lw::sourcePathWithoutExtension(const char* path) {

@@ -1,5 +1,6 @@
 #include "cli/DWBadgeCommand.h"
 
+#include "platform/DWLinuxWorkspace.h"
 #include "views/DWBadgeImage.h"
 
 #include <QCommandLineParser>
@@ -25,6 +26,7 @@ struct Options {
     std::optional<qreal> side;
     bool shadow = false;
     bool compose = false;
+    QString file; // badge this file's own icon
     QStringList images;
     QString output;
 };
@@ -43,7 +45,11 @@ std::variant<Options, QString> parse(const QStringList& arguments) {
     const QCommandLineOption outputOption(
         {QStringLiteral("o"), QStringLiteral("output")},
         QStringLiteral("The PNG to write, or the folder for --compose."), QStringLiteral("PATH"));
-    parser.addOptions({countOption, sizeOption, shadowOption, composeOption, outputOption});
+    const QCommandLineOption fileOption(QStringLiteral("file"),
+                                        QStringLiteral("Compose the badge onto this file's icon."),
+                                        QStringLiteral("PATH"));
+    parser.addOptions(
+        {countOption, sizeOption, shadowOption, composeOption, fileOption, outputOption});
     if (!parser.parse(arguments))
         return parser.errorText();
 
@@ -66,12 +72,21 @@ std::variant<Options, QString> parse(const QStringList& arguments) {
     }
     options.shadow = parser.isSet(shadowOption);
     options.compose = parser.isSet(composeOption);
+    options.file = parser.value(fileOption);
     options.images = parser.positionalArguments();
     options.output = parser.value(outputOption);
 
     if (options.output.isEmpty())
         return QStringLiteral("-o is required");
-    if (options.compose) {
+    if (parser.isSet(fileOption)) {
+        if (options.file.isEmpty())
+            return QStringLiteral("--file needs a path");
+        if (options.compose || !options.images.isEmpty())
+            return QStringLiteral("--file takes the icon from the file: no images to compose");
+        if (options.side || options.shadow)
+            return QStringLiteral("--size and --shadow do not apply to --file: the badge is "
+                                  "sized for each image");
+    } else if (options.compose) {
         if (options.images.isEmpty())
             return QStringLiteral("--compose needs at least one image");
         if (options.side || options.shadow)
@@ -144,7 +159,8 @@ std::optional<LWIconImage> readIcon(const QStringList& paths, QTextStream& err) 
 
 const char* DWBadgeCommand::synopsis() {
     return "badge --count N [--size S] [--shadow] -o OUT.png\n"
-           "       dotwise badge --count N --compose ICON.png... -o DIR";
+           "       dotwise badge --count N --compose ICON.png... -o DIR\n"
+           "       dotwise badge --count N --file PATH -o DIR";
 }
 
 int DWBadgeCommand::run(int argc, char* argv[]) {
@@ -166,6 +182,17 @@ int DWBadgeCommand::execute(const QStringList& arguments, QTextStream& out, QTex
     }
     const Options& options = std::get<Options>(parsed);
 
+    if (!options.file.isEmpty()) {
+        if (!QFileInfo::exists(options.file)) {
+            err << "dotwise badge: there is no file '" << options.file << "'\n";
+            return kRunError;
+        }
+        // The icon the file manager shows for the file; the file itself is
+        // only looked at, never changed.
+        const DWLinuxWorkspace workspace;
+        return writeComposed(workspace.iconForFile(options.file), options.count, options.output,
+                             out, err);
+    }
     if (options.compose) {
         const std::optional<LWIconImage> icon = readIcon(options.images, err);
         if (!icon)

@@ -8,10 +8,12 @@ class QTextStream;
 //
 //   dotwise badge --count N [--size S] [--shadow] -o OUT.png
 //   dotwise badge --count N --compose ICON.png... -o DIR
+//   dotwise badge --count N --file PATH -o DIR
 //
 // The second form treats the images as the representations of one icon (an
 // "@2x" file name marks a 2x one) and writes DIR/icon-<width>.png for each,
-// <width> in points.
+// <width> in points. The third does the same with PATH's icon as the desktop's
+// icon theme draws it.
 class DWBadgeCommand {
 public:
     static const char* synopsis();

@@ -2,6 +2,7 @@
 
 #include "cli/DWBadgeCommand.h"
 #include "cli/DWCountCommand.h"
+#include "cli/DWWatchCommand.h"
 #include "foundation/LWBundle.h"
 
 #include <QCoreApplication>
@@ -22,6 +23,7 @@ struct Subcommand {
 const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> table = {
         {"count", DWCountCommand::synopsis(), DWCountCommand::run},
+        {"watch", DWWatchCommand::synopsis(), DWWatchCommand::run},
         {"badge", DWBadgeCommand::synopsis(), DWBadgeCommand::run},
     };
     return table;

@@ -1,5 +1,6 @@
 #include "cli/DWBadgeCommand.h"
 
+#include "foundation/LWTimestamp.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -88,6 +89,56 @@ TEST(BadgeCommand, ComposesOntoEachImageAndNamesFilesByPointWidth) {
     EXPECT_EQ(QImage(dir + QStringLiteral("/icon-256@2x.png")).size(), QSize(512, 512));
 }
 
+TEST(BadgeCommand, ComposesOntoAFilesOwnIconWithoutTouchingTheFile) {
+    const QString list = scratch(QStringLiteral("own/Groceries.txt"));
+    dwtest::writeFile(list, "- [ ] milk\n- [ ] bread\n");
+    const LWTimestamp date{1600000000, 123456789};
+    ASSERT_TRUE(lw::setContentModificationDate(list, date));
+    const QString dir = scratch(QStringLiteral("own/icons"));
+
+    const Result result = badge({QStringLiteral("--count"), QStringLiteral("2"),
+                                 QStringLiteral("--file"), list, QStringLiteral("-o"), dir});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    const QStringList files = QDir(dir).entryList(QDir::Files, QDir::Name);
+    for (const char* expected :
+         {"icon-16.png", "icon-32.png", "icon-128.png", "icon-256.png", "icon-512.png"})
+        EXPECT_TRUE(files.contains(QString::fromLatin1(expected))) << expected;
+    for (const QString& file : files) {
+        // icon-<points>[@<scale>x].png holds points x scale pixels.
+        const QString stem = file.mid(5).chopped(4);
+        const int points = stem.section(QLatin1Char('@'), 0, 0).toInt();
+        const int scale =
+            stem.contains(QLatin1Char('@')) ? stem.section('@', 1).chopped(1).toInt() : 1;
+        EXPECT_EQ(QImage(QDir(dir).filePath(file)).width(), points * scale) << file.toStdString();
+    }
+    EXPECT_TRUE(isRed(QImage(dir + QStringLiteral("/icon-512.png")).pixelColor(350, 130)));
+    EXPECT_EQ(dwtest::readFile(list), QByteArray("- [ ] milk\n- [ ] bread\n"));
+    EXPECT_EQ(lw::contentModificationDate(list), date);
+
+    const QString elsewhere = scratch(QStringLiteral("own/none"));
+    const Result missing =
+        badge({QStringLiteral("--count"), QStringLiteral("2"), QStringLiteral("--file"),
+               scratch(QStringLiteral("own/gone.txt")), QStringLiteral("-o"), elsewhere});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.err.contains(QStringLiteral("gone.txt")));
+    EXPECT_FALSE(QFileInfo::exists(elsewhere));
+
+    for (const QStringList& arguments :
+         {QStringList{QStringLiteral("--count=1"), QStringLiteral("--file"), list,
+                      QStringLiteral("--compose"), list, QStringLiteral("-o"), elsewhere},
+          QStringList{QStringLiteral("--count=1"), QStringLiteral("--file"), list,
+                      QStringLiteral("--size"), QStringLiteral("64"), QStringLiteral("-o"),
+                      elsewhere},
+          QStringList{QStringLiteral("--count=1"), QStringLiteral("--file="), QStringLiteral("-o"),
+                      elsewhere},
+          QStringList{QStringLiteral("--count=1"), QStringLiteral("--file"), list}}) {
+        const Result misused = badge(arguments);
+        EXPECT_EQ(misused.status, 2) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(misused.err.contains(QStringLiteral("Usage:")));
+    }
+    EXPECT_FALSE(QFileInfo::exists(elsewhere));
+}
+
 TEST(BadgeCommand, BadInputIsAClearErrorAndWritesNothing) {
     const QString text = scratch(QStringLiteral("bad/not-an-image.png"));
     dwtest::writeFile(text, "- [ ] a task, not pixels\n");
@@ -150,4 +201,17 @@ TEST(BadgeCommand, RunsWithoutADisplay) {
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
     EXPECT_EQ(QImage(out).size(), QSize(15, 15));
+
+    // A file of no known type gets the document icon built into the program.
+    const QString blob = scratch(QStringLiteral("process/data.unknown-kind"));
+    dwtest::writeFile(blob, QByteArray("\x00\x01\x02\x03", 4));
+    const QString dir = scratch(QStringLiteral("process/icons"));
+    process.start(QStringLiteral(DOTWISE_EXECUTABLE),
+                  {QStringLiteral("badge"), QStringLiteral("--count"), QStringLiteral("3"),
+                   QStringLiteral("--file"), blob, QStringLiteral("-o"), dir});
+    ASSERT_TRUE(process.waitForFinished(30000));
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    const QImage icon(dir + QStringLiteral("/icon-128.png"));
+    ASSERT_EQ(icon.size(), QSize(128, 128));
+    EXPECT_GT(icon.pixelColor(64, 100).alpha(), 0); // the page, below the badge
 }

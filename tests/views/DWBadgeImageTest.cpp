@@ -184,6 +184,18 @@ TEST(BadgeImage, OddInputsGiveANullOrCutBadgeAndNeverCrash) {
         EXPECT_TRUE(DWBadgeImage(size, 3, true).isNull());
     EXPECT_EQ(DWBadgeImage::newBadgeInRect(QRectF(0, 0, 0, 0), 3), nullptr);
 
+    // Not square: an oval with its shadow around it, the corners still clear.
+    // (The gloss keeps to a circle of the width, so look at the lower half.)
+    const QImage oval = DWBadgeImage(QSizeF(120, 60), 3, true).image();
+    ASSERT_EQ(oval.size(), QSize(120, 60));
+    EXPECT_EQ(oval.pixelColor(0, 59).alpha(), 0);
+    for (const QPoint room : {QPoint(60, 57), QPoint(3, 33), QPoint(116, 33)}) {
+        EXPECT_EQ(oval.pixelColor(room).red(), 0);
+        EXPECT_GT(oval.pixelColor(room).alpha(), 0);
+    }
+    EXPECT_NEAR(oval.pixelColor(3, 33).alpha(), oval.pixelColor(116, 33).alpha(), 2);
+    EXPECT_TRUE(near(oval.pixelColor(20, 38), kDisc));
+
     // Too small for any text: just the disc.
     const DWBadgeImage tiny(QSizeF(1, 1), 3, false);
     ASSERT_FALSE(tiny.isNull());

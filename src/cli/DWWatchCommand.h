@@ -1,0 +1,21 @@
+#pragma once
+
+// dotwise watch [--style auto|todotxt|taskpaper|square-brackets] [--json] FILE...
+// For status bars and scripts: prints "<count><TAB><path>" for each file at
+// start, a new line for a file each time it is saved and counted again, and
+// "deleted<TAB><path>" when it goes (it is then no longer watched). With
+// --json every line is one JSON object with "event" ("start", "modified" or
+// "deleted") and "path", and for counts "style" and "openTasks". Lines are
+// flushed as they are written.
+//
+// A file that cannot be read at start is named on standard error as
+// `dotwise count` does and not watched; the others are. Exit status: 0 when
+// no file is left or on SIGINT or SIGTERM, 1 when no file could be watched
+// or the output could not be written, 2 for a usage error. Runs on a
+// QCoreApplication: no display needed.
+class DWWatchCommand {
+public:
+    // argv[0] is "watch".
+    static int run(int argc, char* argv[]);
+    static const char* synopsis();
+};

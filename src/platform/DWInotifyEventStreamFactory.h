@@ -1,0 +1,104 @@
+#pragma once
+
+#include "monitoring/DWDirectoryEventStreamFactory.h"
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QString>
+#include <memory>
+
+class DWInotifyEventStream;
+class QSocketNotifier;
+
+// Directory event streams over one inotify instance, read through one socket
+// notifier on the factory's thread.
+//
+// Streams come and go cheaply. The kernel watches belong to the factory, not
+// to a stream: a new stream reuses the watches of the directories it shares
+// with the old ones, and only directories that are new get a watch added.
+// Watches nobody wants any more are removed when control returns to the
+// event loop. A started stream has its watches in place when start()
+// returns, with one exception: when a burst of streams is started within
+// one turn of the event loop (a watcher rebuilding its stream once per file
+// while thousands of files are registered at start-up), the later ones of
+// the burst get their new watches when control returns to the event loop,
+// all in one pass. So registering N files costs about one kernel call per
+// directory, not one per directory and file.
+//
+// What is reported: writes, truncation, creation, deletion and renames in a
+// watched directory (every way an editor saves), and the deletion, move or
+// unmounting of a watched directory itself, reported with its own path. Not
+// reported: attribute-only changes (permissions, dates, extended
+// attributes), so setting a file's date or icon makes no event; and changes
+// inside subdirectories, which would need a watch per subdirectory. A queue
+// overflow reports every directory of every running stream. A directory that
+// can't be watched (missing, not a directory, no permission, the kernel's
+// watch limit) is logged once as a warning; the others keep working.
+class DWInotifyEventStreamFactory final
+    : public QObject,
+      public DWDirectoryEventStreamFactory,
+      public std::enable_shared_from_this<DWInotifyEventStreamFactory> {
+    Q_OBJECT
+public:
+    // Streams must be started on the thread this is called on.
+    static std::shared_ptr<DWInotifyEventStreamFactory> create();
+    ~DWInotifyEventStreamFactory() override;
+
+    // nullptr when no inotify instance can be had (logged).
+    std::unique_ptr<DWDirectoryEventStream>
+    createStream(const QSet<QString>& directories, double latencySeconds, quint64 sinceEventId,
+                 DWDirectoryEventStream::Callback callback) override;
+
+    // What the kernel is asked to do, for tests and the benchmark.
+    int watchCount() const { return int(_watchDescriptorsByPath.size()); }
+    bool isWatching(const QString& directory) const {
+        return _watchDescriptorsByPath.contains(directory);
+    }
+    quint64 watchAdditions() const { return _watchAdditions; }
+    quint64 watchRemovals() const { return _watchRemovals; }
+    // How many inotify instances were opened over the factory's life.
+    int instancesOpened() const { return _instancesOpened; }
+    quint64 lastEventId() const { return _lastEventId; }
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    friend class DWInotifyEventStream;
+    DWInotifyEventStreamFactory();
+
+    bool _startStream(DWInotifyEventStream* stream);
+    void _stopStream(DWInotifyEventStream* stream);
+    bool _openInstance();
+    void _scheduleReconcile();
+    void _reconcileWatches();
+    void _addWatch(const QString& directory);
+    void _removeWatch(const QString& directory);
+    void _readEvents();
+    void _handleEvent(int watchDescriptor, quint32 mask);
+    void _noteChange(const QString& directory);
+    void _armTimers();
+
+    int _fd = -1;
+    int _instancesOpened = 0;
+    QSocketNotifier* _notifier = nullptr;
+    QList<DWInotifyEventStream*> _runningStreams;
+    QHash<int, DWInotifyEventStream*> _streamsByTimer;
+    QHash<QString, int> _watchDescriptorsByPath;
+    // A watch descriptor names an inode: two paths to one directory share it.
+    QHash<int, QStringList> _pathsByWatchDescriptor;
+    // Directories whose watch failed, so that a directory that stays out of
+    // reach is logged once, not at every rebuild. Forgotten when it works.
+    QSet<QString> _failedDirectories;
+    bool _reconcileScheduled = false;
+    bool _startedThisTurn = false;
+    static constexpr qsizetype synchronousLookupsPerTurn = 4096;
+    qsizetype _synchronousLookupBudget = synchronousLookupsPerTurn;
+    QElapsedTimer _sinceLastDrain;
+    quint64 _lastEventId = 0;
+    quint64 _watchAdditions = 0;
+    quint64 _watchRemovals = 0;
+};

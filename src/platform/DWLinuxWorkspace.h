@@ -1,0 +1,76 @@
+#pragma once
+
+#include "ui/LWWorkspace.h"
+
+#include <QHash>
+#include <QMutex>
+#include <QStringList>
+#include <atomic>
+#include <memory>
+
+class DWIconTheme;
+
+// The workspace on a freedesktop desktop:
+// - icons: the file's MIME type (by name, then by content) names icons in the
+//   icon theme; a generic document icon of our own when no theme has one;
+// - custom icons: the GIO metadata attribute "metadata::custom-icon" pointing
+//   at a PNG under $XDG_CACHE_HOME/dotwise (needs a D-Bus session with the
+//   gvfs metadata daemon; without one the write fails and says so once);
+// - opening through the desktop's default applications, revealing through the
+//   org.freedesktop.FileManager1 D-Bus service, applications found by their
+//   desktop entries.
+class DWLinuxWorkspace : public LWWorkspace {
+public:
+    struct Options {
+        QString iconThemeName;       // empty: the desktop's icon theme
+        QStringList iconSearchPaths; // empty: the XDG icon folders
+        QString cacheDirectory;      // empty: $XDG_CACHE_HOME/dotwise
+    };
+
+    // Reads the desktop's settings and the icon themes' index files; call it on
+    // the main thread.
+    DWLinuxWorkspace();
+    explicit DWLinuxWorkspace(const Options& options);
+    ~DWLinuxWorkspace() override;
+
+    LWIconImage iconForFile(const QString& path) const override;
+    // Writes the largest representation as a PNG with a fresh name (a file
+    // manager may keep an image by its URI), points the file's custom-icon
+    // attribute at it and deletes the PNG it replaces; an empty icon unsets the
+    // attribute. Then sets the file's dates to the values they have, a change
+    // of attributes only that file managers notice.
+    bool setIcon(const LWIconImage& icon, const QString& path) override;
+
+    std::optional<LWTimestamp> contentModificationDate(const QString& path) const override;
+    bool setContentModificationDate(const QString& path, const LWTimestamp& date) override;
+
+    bool isTextFile(const QString& path) const override;
+
+    bool openFile(const QString& path) override;
+    bool openUrl(const QUrl& url) override;
+    // Asks the file manager over D-Bus to show the file selected; when that
+    // fails (now or in its reply), opens the folder holding it instead.
+    bool selectFile(const QString& path, const QString& rootPath) override;
+    // The path of <identifier>.desktop in the XDG applications folders, the
+    // user's first; empty when there is none or the user's entry hides it.
+    QString absolutePathForApplicationWithIdentifier(const QString& identifier) const override;
+
+    // The icon theme that was found for the desktop, and the chain searched.
+    QStringList iconThemeChain() const;
+    QString cacheDirectory() const { return _cacheDirectory; }
+    // The icon names tried for a MIME type, most specific first.
+    static QStringList iconNamesForMimeType(const QString& mimeType);
+    // The name of the icon theme the desktop uses, or empty.
+    static QString desktopIconThemeName();
+
+private:
+    void removeCachedIcons(const QString& prefix, const QString& keep) const;
+    QString writeIconFile(const QImage& image, const QString& prefix) const;
+
+    std::unique_ptr<DWIconTheme> _iconTheme;
+    QString _cacheDirectory;
+    mutable QMutex _iconCacheLock;
+    mutable QHash<QString, LWIconImage> _iconCache; // by MIME type
+    QMutex _setIconLock;                            // one icon write at a time
+    std::atomic<bool> _warnedAboutMetadata{false};
+};

@@ -1,0 +1,281 @@
+#include "appproxy/LWApplicationProxy.h"
+
+#include "fakes/FakeWorkspace.h"
+#include "support/LogCapture.h"
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <gtest/gtest.h>
+
+namespace {
+struct Call {
+    QString command;
+    QStringList arguments;
+    bool operator==(const Call&) const = default;
+};
+
+void PrintTo(const Call& call, std::ostream* out) {
+    *out << call.command.toStdString() << " "
+         << LWApplicationProxy::describeList(call.arguments).toStdString();
+}
+
+// A handler that records every command it receives.
+class RecordingHandler : public LWApplicationProxyHandler {
+public:
+    explicit RecordingHandler(const QStringList& commands) {
+        for (const QString& name : commands)
+            addCommand(name, [this, name](const QStringList& args) { calls.append({name, args}); });
+    }
+    QList<Call> calls;
+};
+
+// The text of each system-log line written while `work` ran.
+template <typename Work> QStringList warningsDuring(Work work) {
+    ::testing::internal::CaptureStderr();
+    work();
+    const QString output = QString::fromStdString(::testing::internal::GetCapturedStderr());
+    QStringList lines;
+    static const QRegularExpression prefix(QStringLiteral("^\\S+ \\S+ \\S+\\[\\d+:\\d+\\] "));
+    for (QString line : output.split(u'\n', Qt::SkipEmptyParts))
+        lines.append(line.remove(prefix));
+    return lines;
+}
+
+class ApplicationProxyTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        proxy.setActivateApplication([this] { ++activations; });
+        proxy.setDelegateForName(QStringLiteral("editor"), handler);
+    }
+    FakeWorkspace workspace;
+    LWApplicationProxy proxy{QStringLiteral("myscheme"), &workspace};
+    std::shared_ptr<RecordingHandler> handler = std::make_shared<RecordingHandler>(
+        QStringList{"rpcOpenFile:atLine:", "rpcRefresh", "rpcOpen", "rpcOpen:", "rpc:"});
+    int activations = 0;
+};
+
+struct IncomingCase {
+    const char* url;
+    std::optional<Call> call;
+    QStringList warnings;
+};
+} // namespace
+
+TEST_F(ApplicationProxyTest, IncomingURLsCallCommandsOrAreRefusedWithAWarning) {
+    const QString prefixWarning =
+        QStringLiteral("WARNING: Ignoring all commands without 'rpc' prefix: %1");
+    const QString invalidMethod = QStringLiteral("WARNING: Invalid method/arguments: %1");
+    const IncomingCase cases[] = {
+        {"myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12",
+         Call{"rpcOpenFile:atLine:", {"My Notes.txt", "12"}},
+         {}},
+        {"myscheme://editor/rpcRefresh", Call{"rpcRefresh", {}}, {}},
+        {"myscheme://editor/rpc/x", Call{"rpc:", {"x"}}, {}},
+        // Blanks around scheme and handler are trimmed; line breaks are not.
+        {" myscheme\t://\u00A0editor /rpcRefresh", Call{"rpcRefresh", {}}, {}},
+        {"myscheme://editor\n/rpcRefresh",
+         std::nullopt,
+         {"WARNING: No handler for name: editor\n (command: myscheme://editor"}},
+        // Escapes: "+" stays, %2B and %2F decode, a broken segment is dropped.
+        {"myscheme://editor/rpcOpen/a+b%2B%2Fc%3F%23%25", Call{"rpcOpen:", {"a+b+/c?#%"}}, {}},
+        {"myscheme://editor/rpcOpen/abc%FF", Call{"rpcOpen", {}}, {}},
+        {"myscheme://editor/rpcOpen/abc%4", Call{"rpcOpen", {}}, {}},
+        {"myscheme://editor/rpcOpen/%zz1", Call{"rpcOpen", {}}, {}},
+        {"myscheme://editor/rpcOpen/%C3%A9t%C3%A9", Call{"rpcOpen:", {"\u00E9t\u00E9"}}, {}},
+        {"myscheme://editor/rpcOpen/%ED%A0%80", Call{"rpcOpen", {}}, {}}, // encoded surrogate
+        {"myscheme://editor/rpcOpen/", Call{"rpcOpen:", {""}}, {}},
+        {"myscheme://editor/rpcOpenFile//atLine/", Call{"rpcOpenFile:atLine:", {"", ""}}, {}},
+        // Too short: no "://", two of them, or no path at all.
+        {"myscheme:/editor/rpcRefresh",
+         std::nullopt,
+         {"WARNING: Invalid command URL (too short): myscheme:/editor/rpcRefresh"}},
+        {"myscheme://editor/rpcOpen/a://b",
+         std::nullopt,
+         {"WARNING: Invalid command URL (too short): myscheme://editor/rpcOpen/a://b"}},
+        {"myscheme://editor",
+         std::nullopt,
+         {"WARNING: Invalid command URL (too short): myscheme://editor"}},
+        {"", std::nullopt, {"WARNING: Invalid command URL (too short): "}},
+        {" ://editor/rpcRefresh",
+         std::nullopt,
+         {"WARNING: Invalid command URL:  ://editor/rpcRefresh"}},
+        {"myscheme:// /rpcRefresh",
+         std::nullopt,
+         {"WARNING: Invalid command URL: myscheme:// /rpcRefresh"}},
+        {"MyScheme://editor/rpcRefresh",
+         std::nullopt,
+         {"WARNING: Invalid protocol: MyScheme. Supported is only: myscheme"}},
+        {"myscheme://%20editor/rpcRefresh",
+         std::nullopt,
+         {"WARNING: No handler for name: %20editor (command: myscheme://%20editor/rpcRefresh)"}},
+        {"myscheme://Editor/rpcRefresh",
+         std::nullopt,
+         {"WARNING: No handler for name: Editor (command: myscheme://Editor/rpcRefresh)"}},
+        // An empty or foreign command name: the prefix warning, then the refusal.
+        {"myscheme://editor/", std::nullopt, {prefixWarning.arg(""), invalidMethod.arg("(\"\")")}},
+        {"myscheme://editor/refresh",
+         std::nullopt,
+         {prefixWarning.arg("refresh"), invalidMethod.arg("(\"refresh\")")}},
+        {"myscheme://editor/RPCOpen/x",
+         std::nullopt,
+         {prefixWarning.arg("RPCOpen:"), invalidMethod.arg("(\"RPCOpen\", \"x\")")}},
+        // Odd numbers of segments: refused without the prefix warning.
+        {"myscheme://editor/rpcOpen/a/b",
+         std::nullopt,
+         {invalidMethod.arg("(\"rpcOpen\", \"a\", \"b\")")}},
+        {"myscheme://editor/rpcA/1/b/2/c",
+         std::nullopt,
+         {invalidMethod.arg("(\"rpcA\", \"1\", \"b\", \"2\", \"c\")")}},
+        // Every segment dropped: nothing left.
+        {"myscheme://editor/%FF", std::nullopt, {invalidMethod.arg("(\"%FF\")")}},
+        {"myscheme://editor/rpcMissing",
+         std::nullopt,
+         {"WARNING: Delegate (editor) does not respond to selector: rpcMissing"}},
+        {"myscheme://editor/rpcOpenFile/x",
+         std::nullopt,
+         {"WARNING: Delegate (editor) does not respond to selector: rpcOpenFile:"}},
+    };
+    for (const IncomingCase& c : cases) {
+        const QString url = QString::fromUtf8(c.url);
+        handler->calls.clear();
+        const QStringList warnings = warningsDuring([&] { proxy.handleIncomingURL(url); });
+        SCOPED_TRACE(url.toStdString());
+        if (c.call) {
+            ASSERT_EQ(handler->calls.size(), 1);
+            EXPECT_EQ(handler->calls.first(), *c.call);
+        } else {
+            EXPECT_TRUE(handler->calls.isEmpty());
+        }
+        if (!c.warnings.isEmpty() && c.warnings.first().contains(u'\n')) {
+            // The handler name with its line break spans two printed lines.
+            EXPECT_TRUE(warnings.join(u'\n').startsWith(c.warnings.first()));
+        } else {
+            EXPECT_EQ(warnings, c.warnings);
+        }
+    }
+}
+
+TEST_F(ApplicationProxyTest, HandlersAreLookedUpAfreshForEveryURL) {
+    proxy.removeDelegateForName(QStringLiteral("editor"));
+    EXPECT_EQ(warningsDuring([&] {
+                  proxy.handleIncomingURL(QStringLiteral("myscheme://editor/rpcRefresh"));
+              }).size(),
+              1);
+    auto other = std::make_shared<RecordingHandler>(QStringList{"rpcRefresh"});
+    proxy.setDelegatesByName({{QStringLiteral("viewer"), other}});
+    proxy.handleIncomingURL(QStringLiteral("myscheme://viewer/rpcRefresh"));
+    EXPECT_EQ(other->calls.size(), 1);
+    proxy.setAppProtocol(QStringLiteral("other"));
+    EXPECT_EQ(proxy.appProtocol(), QStringLiteral("other"));
+    proxy.handleIncomingURL(QStringLiteral("other://viewer/rpcRefresh"));
+    EXPECT_EQ(other->calls.size(), 2);
+    EXPECT_TRUE(handler->calls.isEmpty());
+}
+
+TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
+    auto log = std::make_unique<dwtest::LogCapture>();
+    proxy.remoteInvokeSelector(QStringLiteral("rpcOpenFile:atLine:"), QStringLiteral("editor"),
+                               {QStringLiteral("My Notes.txt"), 12});
+    ASSERT_EQ(workspace.openedUrls().size(), 1);
+    EXPECT_EQ(workspace.openedUrls().first().toString(QUrl::FullyEncoded),
+              QStringLiteral("myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12"));
+    EXPECT_EQ(activations, 1);
+    ASSERT_EQ(log->loggerLines().size(), 1);
+    const QString line = log->loggerLines().first();
+    EXPECT_TRUE(line.startsWith(QStringLiteral(
+        "DEBUG| App proxy: opening URL: myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12 "
+        "|LWApplicationProxy:")))
+        << line.toStdString();
+    EXPECT_TRUE(line.endsWith(
+        QStringLiteral("| -[LWApplicationProxy remoteInvokeSelector:handler:arguments:]")));
+    log.reset();
+
+    auto sent = [&](const char* selector, const QVariantList& args) {
+        workspace.clearRecords();
+        proxy.remoteInvokeSelector(QString::fromUtf8(selector), QStringLiteral("handler"), args);
+        return workspace.openedUrls().isEmpty()
+                   ? QString()
+                   : workspace.openedUrls().first().toString(QUrl::FullyEncoded);
+    };
+    EXPECT_EQ(sent("rpcRefresh", {QStringLiteral("ignored")}),
+              QStringLiteral("myscheme://handler/rpcRefresh"));
+    EXPECT_EQ(sent("rpcOpen:", {QStringLiteral("x")}),
+              QStringLiteral("myscheme://handler/rpcOpen/x"));
+    // Arguments end at the first invalid entry.
+    EXPECT_EQ(sent("rpcA:", {QStringLiteral("1"), QVariant(), QStringLiteral("3")}),
+              QStringLiteral("myscheme://handler/rpcA/1"));
+
+    QStringList warnings = warningsDuring(
+        [&] { EXPECT_TRUE(sent("rpcOpenFile:atLine:", {QStringLiteral("x")}).isNull()); });
+    EXPECT_EQ(warnings, QStringList{"WARNING: Number of parameters ((\"rpcOpenFile\", \"atLine\")) "
+                                    "and arguments ((\"x\")) do not match."});
+    warnings = warningsDuring([&] { EXPECT_TRUE(sent("::", {}).isNull()); });
+    EXPECT_EQ(warnings, QStringList{"WARNING: Invalid selector for remote invocation: ::"});
+    warnings =
+        warningsDuring([&] { EXPECT_TRUE(sent("rpcOpen:", {QString(QChar(0xD800))}).isNull()); });
+    ASSERT_EQ(warnings.size(), 1);
+    EXPECT_TRUE(warnings.first().startsWith(QStringLiteral("WARNING: Invalid command string: ")));
+    proxy.setAppProtocol(QStringLiteral("my scheme"));
+    warnings = warningsDuring([&] { EXPECT_TRUE(sent("rpcRefresh", {}).isNull()); });
+    EXPECT_EQ(warnings,
+              QStringList{"WARNING: Invalid command string: my scheme://handler/rpcRefresh"});
+    EXPECT_EQ(activations, 4);
+}
+
+// Sending and then receiving gives back the same command and texts, for any
+// argument text.
+TEST_F(ApplicationProxyTest, SentCommandsComeBackUnchanged) {
+    QStringList samples{"",
+                        "/",
+                        "?",
+                        "#",
+                        "%",
+                        "+",
+                        " ",
+                        "a b",
+                        ":",
+                        "&",
+                        "=",
+                        "%2F",
+                        "a/b?c#d%e+f",
+                        "\u00E9",
+                        "\U0001F600",
+                        "\u65E5\u672C",
+                        QChar(0xFEFF) + QStringLiteral("bom"),
+                        QString(QChar(0)),
+                        "..",
+                        "~",
+                        "a\nb",
+                        "\t",
+                        "[x]",
+                        "@$,;!*'()"};
+    QRandomGenerator random(77);
+    for (int i = 0; i < 300; ++i) {
+        QString s;
+        const int length = random.bounded(0, 12);
+        for (int k = 0; k < length; ++k) {
+            const int kind = random.bounded(3);
+            if (kind == 0)
+                s.append(QChar(char16_t(random.bounded(0x20, 0x7F))));
+            else if (kind == 1)
+                s.append(QChar(char16_t(random.bounded(0xA0, 0xD7FF))));
+            else
+                s.append(QString::fromUcs4(
+                    std::array<char32_t, 1>{char32_t(random.bounded(0x10000, 0x10FFFF))}.data(),
+                    1));
+        }
+        samples.append(s);
+    }
+    for (qsizetype i = 0; i + 1 < samples.size(); ++i) {
+        const QString first = samples[i];
+        const QString second = samples[i + 1];
+        workspace.clearRecords();
+        handler->calls.clear();
+        proxy.remoteInvokeSelector(QStringLiteral("rpcOpenFile:atLine:"), QStringLiteral("editor"),
+                                   {first, second});
+        ASSERT_EQ(workspace.openedUrls().size(), 1) << first.toStdString();
+        proxy.handleIncomingURL(workspace.openedUrls().first().toString(QUrl::FullyEncoded));
+        ASSERT_EQ(handler->calls.size(), 1) << first.toStdString();
+        EXPECT_EQ(handler->calls.first(), (Call{"rpcOpenFile:atLine:", {first, second}}));
+    }
+}

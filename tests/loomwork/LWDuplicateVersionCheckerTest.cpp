@@ -1,0 +1,190 @@
+#include "distribution/LWDuplicateVersionChecker.h"
+
+#include "fakes/FakeWorkspace.h"
+#include "foundation/LWBundle.h"
+#include "support/LogCapture.h"
+#include "ui/LWAlert.h"
+
+#include <QDialog>
+#include <QPushButton>
+#include <QTimer>
+#include <QWidget>
+#include <gtest/gtest.h>
+
+namespace {
+const QString storeId = QStringLiteral("org.example.notes");
+const QString webId = QStringLiteral("org.example.notes.web");
+const QString storeEntry = QStringLiteral("/usr/share/applications/org.example.notes.desktop");
+const QString webEntry =
+    QStringLiteral("/home/u/.local/share/applications/org.example.notes.web.desktop");
+const QString ownPath = QStringLiteral("/opt/notes/bin/notes");
+
+struct SeenAlert {
+    QString message;
+    QString informative;
+    QStringList buttons;
+    bool sheet = false;
+};
+
+class DuplicateVersionCheckerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        saved = LWBundle::mainBundle();
+        checker.setOwnBundlePath(ownPath);
+        checker.setTerminateApplication([this] { ++terminations; });
+        window.show();
+    }
+    void TearDown() override { LWBundle::setMainBundle(saved); }
+
+    void runningBuild(const QString& id, const QString& displayName = QString()) {
+        QJsonObject info{{"CFBundleName", "Notes"}};
+        if (!id.isEmpty())
+            info.insert(QStringLiteral("CFBundleIdentifier"), id);
+        if (!displayName.isEmpty())
+            info.insert(QStringLiteral("CFBundleDisplayName"), displayName);
+        LWBundle::setMainBundle(LWBundle(info));
+    }
+
+    // Answers the alert once the check waits for the user; records what it
+    // showed and that the check had not returned before.
+    void answerWith(int returnCode) {
+        QTimer::singleShot(0, [this, returnCode] {
+            const QList<LWAlert*> alerts = LWAlert::activeAlerts();
+            ASSERT_EQ(alerts.size(), 1);
+            LWAlert* alert = alerts.first();
+            seen = SeenAlert{alert->messageText(), alert->informativeText(), {}, false};
+            for (QPushButton* button : alert->buttons())
+                seen->buttons.append(button->text());
+            seen->sheet = alert->window()->parentWidget() == &window;
+            returnedBeforeAnswer = returned;
+            alert->clickButtonWithReturnCode(returnCode);
+        });
+    }
+
+    void check(QWidget* on) {
+        returned = false;
+        checker.runModalDuplicateVersionCheckInWindow(on, storeId, webId);
+        returned = true;
+    }
+
+    LWBundle saved;
+    FakeWorkspace workspace;
+    LWDuplicateVersionChecker checker{&workspace};
+    QWidget window;
+    int terminations = 0;
+    bool returned = false;
+    bool returnedBeforeAnswer = true;
+    std::optional<SeenAlert> seen;
+};
+} // namespace
+
+TEST_F(DuplicateVersionCheckerTest, StoreBuildRunningRevealsTheWebCopyAndKeepsRunning) {
+    runningBuild(storeId);
+    workspace.setInstalledApplication(webId, webEntry);
+    answerWith(LWAlert::DefaultReturn);
+    check(&window);
+    ASSERT_TRUE(seen);
+    EXPECT_FALSE(returnedBeforeAnswer);
+    EXPECT_TRUE(seen->sheet);
+    EXPECT_EQ(seen->message, QStringLiteral("Multiple Notes Versions Installed"));
+    EXPECT_EQ(seen->buttons, (QStringList{"Show Unneeded Version in Finder", "Continue"}));
+    EXPECT_EQ(seen->informative,
+              QStringLiteral(
+                  "It looks like you downloaded a version of Notes directly from the website, but "
+                  "the application you just launched is from the Mac App Store.\n\nNow that you "
+                  "are using the Mac App Store version you should remove the unneeded "
+                  "web-version.\n\nHint: Use the \"Move to Trash\" item in the \"File\" menu "
+                  "after the Finder window appears."));
+    EXPECT_EQ(workspace.selectedFiles(), QStringList{webEntry});
+    EXPECT_EQ(terminations, 0);
+    EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
+}
+
+TEST_F(DuplicateVersionCheckerTest, WebBuildRunningOffersToQuitAndRevealItself) {
+    runningBuild(webId, QStringLiteral("Notes Pro"));
+    workspace.setInstalledApplication(storeId, storeEntry);
+    answerWith(LWAlert::DefaultReturn);
+    check(&window);
+    ASSERT_TRUE(seen);
+    EXPECT_EQ(seen->message, QStringLiteral("Multiple Notes Pro Versions Installed"));
+    EXPECT_EQ(seen->buttons, (QStringList{"Quit and Show in Finder", "Continue"}));
+    EXPECT_EQ(seen->informative,
+              QStringLiteral(
+                  "It looks like you have a copy of Notes Pro from the Mac App Store installed in "
+                  "\"/usr/share/applications\".\n\nThe application you just launched is the "
+                  "standalone version from the website and should be removed.\n\nWould you like "
+                  "to quit now so you can move this unneeded version to the Trash?\n\nHint: Use "
+                  "the \"Move to Trash\" item in the \"File\" menu after the Finder window "
+                  "appears."));
+    EXPECT_EQ(workspace.selectedFiles(), QStringList{ownPath});
+    EXPECT_EQ(terminations, 1);
+
+    // "Continue" leaves everything as it is, and the session still ends.
+    workspace.clearRecords();
+    seen.reset();
+    answerWith(LWAlert::AlternateReturn);
+    check(&window);
+    ASSERT_TRUE(seen);
+    EXPECT_FALSE(returnedBeforeAnswer);
+    EXPECT_TRUE(workspace.selectedFiles().isEmpty());
+    EXPECT_EQ(terminations, 1);
+}
+
+TEST_F(DuplicateVersionCheckerTest, WithoutAWindowTheAlertRunsFreeStanding) {
+    // An identifier equal to both counts as the store build.
+    runningBuild(storeId);
+    workspace.setInstalledApplication(storeId, storeEntry);
+    answerWith(LWAlert::DefaultReturn);
+    checker.runModalDuplicateVersionCheckInWindow(nullptr, storeId, storeId);
+    ASSERT_TRUE(seen);
+    EXPECT_FALSE(seen->sheet);
+    EXPECT_EQ(seen->buttons.first(), QStringLiteral("Show Unneeded Version in Finder"));
+    EXPECT_EQ(workspace.selectedFiles(), QStringList{storeEntry});
+    EXPECT_EQ(terminations, 0);
+}
+
+TEST_F(DuplicateVersionCheckerTest, NothingIsShownWithoutADuplicateOrAMatchingIdentifier) {
+    // A safety net: should an alert appear after all, answer it so the test ends.
+    QTimer safety;
+    QObject::connect(&safety, &QTimer::timeout, [] {
+        for (LWAlert* alert : LWAlert::activeAlerts()) {
+            ADD_FAILURE() << "unexpected alert: " << alert->messageText().toStdString();
+            alert->clickButtonWithReturnCode(0);
+        }
+    });
+    safety.start(50);
+
+    runningBuild(storeId);
+    check(&window);
+    EXPECT_TRUE(returned);
+
+    dwtest::LogCapture log;
+    workspace.setInstalledApplication(webId, webEntry);
+    runningBuild(QStringLiteral("org.example.other"));
+    check(&window);
+    runningBuild(QString());
+    check(&window);
+    const QStringList lines = log.loggerLines();
+    ASSERT_EQ(lines.size(), 2);
+    EXPECT_TRUE(lines[1].startsWith(QStringLiteral(
+        " WARN| Our bundle id (org.example.other) doesn't match "
+        "'org.example.notes' or 'org.example.notes.web'. |LWDuplicateVersionChecker:")));
+    EXPECT_TRUE(lines[1].endsWith(QStringLiteral(
+        "-[LWDuplicateVersionChecker "
+        "runModalDuplicateVersionCheckInWindow:macAppStoreBundleId:webVersionBundleId:]")));
+    EXPECT_TRUE(lines[0].contains(QStringLiteral("Our bundle id () doesn't match")));
+    EXPECT_TRUE(workspace.selectedFiles().isEmpty());
+}
+
+TEST_F(DuplicateVersionCheckerTest, AWindowClosedUnderTheSheetEndsTheCheck) {
+    runningBuild(storeId);
+    workspace.setInstalledApplication(webId, webEntry);
+    auto doomed = std::make_unique<QWidget>();
+    doomed->show();
+    QTimer::singleShot(0, [&] { doomed.reset(); });
+    dwtest::LogCapture log;
+    check(doomed.get());
+    EXPECT_TRUE(returned);
+    EXPECT_TRUE(workspace.selectedFiles().isEmpty());
+    EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
+}

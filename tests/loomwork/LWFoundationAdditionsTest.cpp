@@ -1,0 +1,351 @@
+#include "foundation/LWArrayAdditions.h"
+#include "foundation/LWBundle.h"
+#include "foundation/LWBundleAdditions.h"
+#include "foundation/LWDateAdditions.h"
+#include "foundation/LWDurationInDaysHoursOrMinutesValueTransformer.h"
+#include "foundation/LWError.h"
+#include "foundation/LWHTMLEntities.h"
+#include "foundation/LWMath.h"
+#include "foundation/LWObjectAdditions.h"
+#include "foundation/LWStringAdditions.h"
+#include "foundation/LWURLAdditions.h"
+#include "support/TestEnvironment.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSet>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace {
+// Without byte-order-mark handling, so U+FFFE stays a character.
+QString u(const char16_t* text) {
+    return QStringView(text).toString();
+}
+} // namespace
+
+// --- HTML entities ---------------------------------------------------------
+
+TEST(HTMLEntityTable, HoldsEveryEntityOnceInCodePointOrder) {
+    const auto& table = lw::htmlEntityTable;
+    ASSERT_EQ(table.size(), 253u);
+    QSet<QString> names;
+    for (size_t i = 0; i < table.size(); ++i) {
+        const QString text = QString::fromUtf16(table[i].text);
+        EXPECT_TRUE(text.startsWith(u'&') && text.endsWith(u';')) << text.toStdString();
+        EXPECT_GE(text.size(), 4);
+        EXPECT_LE(text.size(), 10);
+        names.insert(text);
+        if (i > 0) {
+            EXPECT_LT(table[i - 1].codeUnit, table[i].codeUnit) << text.toStdString();
+        }
+        // Every row decodes on its own and inside other text.
+        EXPECT_EQ(lw::stringByUnescapingHTML(QStringLiteral("x") + text + QStringLiteral("y")),
+                  QStringLiteral("x") + QChar(table[i].codeUnit) + QStringLiteral("y"));
+    }
+    EXPECT_EQ(names.size(), 253);
+    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&Yuml;"), char16_t(376));
+    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&thetasym;"), char16_t(977));
+    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&euro;"), char16_t(8364));
+    EXPECT_EQ(lw::codeUnitForHTMLEntity(u"&diams;"), char16_t(9830));
+    EXPECT_FALSE(lw::codeUnitForHTMLEntity(u"&EACUTE;"));
+}
+
+TEST(StringByUnescapingHTML, DecodesOnlyWellFormedReferences) {
+    const struct {
+        const char16_t* in;
+        const char16_t* out;
+    } cases[] = {{u"&#65;", u"A"},
+                 {u"&#x41;", u"A"},
+                 {u"&#X41;", u"A"},
+                 {u"&#+65;", u"A"},
+                 {u"&# 65;", u"A"},
+                 {u"&#\n65;", u"A"},
+                 {u"&#x0x41;", u"A"},
+                 {u"&#1;", u"\u0001"},
+                 {u"&#65534;", u"\uFFFE"},
+                 {u"&#xfffe;", u"\uFFFE"},
+                 {u"&#0;", u"&#0;"},
+                 {u"&#65535;", u"&#65535;"},
+                 {u"&#x;", u"&#x;"},
+                 {u"&#12a;", u"&#12a;"},
+                 {u"&#-5;", u"&#-5;"},
+                 {u"&#65 ;", u"&#65 ;"},
+                 {u"&#128512;", u"&#128512;"},
+                 {u"&#;", u"&#;"},
+                 {u"&#x000041;", u"A"},
+                 {u"&#x0000041;", u"&#x0000041;"},
+                 {u"&Eacute;", u"\u00C9"},
+                 {u"&EACUTE;", u"&EACUTE;"},
+                 {u"&apos;", u"'"},
+                 {u"a & b; c", u"a & b; c"},
+                 {u"&verylongname;", u"&verylongname;"},
+                 {u"&lt;&gt;", u"<>"},
+                 {u"&abc&lt;", u"&abc<"},
+                 {u"&amp;lt;", u"&lt;"},
+                 {u"&amp;amp;", u"&amp;"},
+                 {u"&#38;lt;", u"&lt;"},
+                 {u"&lt", u"&lt"},
+                 {u"&;", u"&;"},
+                 {u"&", u"&"},
+                 {u"x&&lt;;", u"x&<;"},
+                 {u"&l&gt;t;", u"&l>t;"},
+                 {u"\U0001F600&amp;\U0001F600", u"\U0001F600&\U0001F600"}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(lw::stringByUnescapingHTML(u(c.in)), u(c.out))
+            << QString::fromUtf16(c.in).toStdString();
+    }
+    // Text without "&" comes back as it is, not copied.
+    const QString plain = QString::fromLatin1("no entities; none");
+    EXPECT_TRUE(lw::stringByUnescapingHTML(plain).isSharedWith(plain));
+}
+
+// --- URL text --------------------------------------------------------------
+
+TEST(URLText, SplittingKeepsEmptyPiecesAndNeedsExactlyOneSeparator) {
+    EXPECT_EQ(lw::splitIntoURLComponents(QStringLiteral("app://handler/rpcGo/x")),
+              (QStringList{"app", "handler", "rpcGo", "x"}));
+    EXPECT_EQ(lw::splitIntoURLComponents(QStringLiteral("app://handler/")),
+              (QStringList{"app", "handler", ""}));
+    EXPECT_EQ(lw::splitIntoURLComponents(QStringLiteral("app://h//x")),
+              (QStringList{"app", "h", "", "x"}));
+    EXPECT_EQ(lw::splitIntoURLComponents(QStringLiteral("app://handler")),
+              (QStringList{"app", "handler"}));
+    EXPECT_TRUE(lw::splitIntoURLComponents(QStringLiteral("app:/handler")).isEmpty());
+    EXPECT_TRUE(lw::splitIntoURLComponents(QStringLiteral("a://b://c")).isEmpty());
+    EXPECT_TRUE(lw::splitIntoURLComponents(QString()).isEmpty());
+}
+
+TEST(URLText, EncodingLeavesOnlyUnreservedCharacters) {
+    EXPECT_EQ(lw::stringByEncodingAsUrlParameterValue(QStringLiteral("My Notes.txt")),
+              QStringLiteral("My%20Notes.txt"));
+    EXPECT_EQ(lw::stringByEncodingAsUrlParameterValue(QStringLiteral("!*'();:@&=+$,/?%#[]")),
+              QStringLiteral("%21%2A%27%28%29%3B%3A%40%26%3D%2B%24%2C%2F%3F%25%23%5B%5D"));
+    EXPECT_EQ(lw::stringByEncodingAsUrlParameterValue(QStringLiteral("aZ09-._~")),
+              QStringLiteral("aZ09-._~"));
+    EXPECT_EQ(lw::stringByEncodingAsUrlParameterValue(u(u"\u00E9\U0001F600")),
+              QStringLiteral("%C3%A9%F0%9F%98%80"));
+    EXPECT_EQ(lw::stringByEncodingAsUrlParameterValue(QString()), QString());
+    // A lone surrogate has no UTF-8 form.
+    EXPECT_FALSE(lw::stringByEncodingAsUrlParameterValue(QString(QChar(0xD800))));
+    EXPECT_FALSE(lw::stringByEncodingAsUrlParameterValue(QStringLiteral("a") + QChar(0xDC00)));
+}
+
+// Checks the encoder against Python's urllib.parse.quote(s, safe='') on random
+// strings of ASCII, Latin-1, other BMP and astral characters.
+TEST(URLText, EncodingAgreesWithAnIndependentEncoder) {
+    const QString python = QStandardPaths::findExecutable(QStringLiteral("python3"));
+    if (python.isEmpty())
+        GTEST_SKIP() << "python3 not found";
+    QRandomGenerator random(20240611);
+    QJsonArray inputs;
+    for (int i = 0; i < 500; ++i) {
+        QString s;
+        for (int k = random.bounded(0, 24); k > 0; --k) {
+            // ASCII, Latin-1, the rest of the BMP (no surrogates) or astral.
+            const char32_t limits[] = {0x01, 0x80, 0x100, 0xD800, 0x110000};
+            const int kind = random.bounded(4);
+            char32_t c = char32_t(random.bounded(limits[kind], limits[kind + 1]));
+            if (kind == 3 && c < 0x10000)
+                c += 0x10000 - 0xD800;
+            s.append(QString::fromUcs4(&c, 1));
+        }
+        inputs.append(s);
+    }
+    QProcess process;
+    process.start(python, {QStringLiteral("-c"),
+                           QStringLiteral("import json,sys,urllib.parse\n"
+                                          "data=json.loads(sys.stdin.buffer.read())\n"
+                                          "sys.stdout.write(json.dumps([urllib.parse.quote(s, "
+                                          "safe='') for s in data]))")});
+    ASSERT_TRUE(process.waitForStarted());
+    process.write(QJsonDocument(inputs).toJson(QJsonDocument::Compact));
+    process.closeWriteChannel();
+    ASSERT_TRUE(process.waitForFinished(30000));
+    ASSERT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    const QJsonArray expected = QJsonDocument::fromJson(process.readAllStandardOutput()).array();
+    ASSERT_EQ(expected.size(), inputs.size());
+    for (qsizetype i = 0; i < inputs.size(); ++i) {
+        const QString input = inputs[i].toString();
+        EXPECT_EQ(lw::stringByEncodingAsUrlParameterValue(input), expected[i].toString())
+            << input.toStdString();
+    }
+}
+
+TEST(URLText, QueryLookupMatchesWholeKeysAndKeepsEscapes) {
+    const QUrl url(QStringLiteral("https://example.org/list?pages=2&page=5&q=a%20b&e=&page=9"));
+    EXPECT_EQ(lw::valueForQuerParameter(url, QStringLiteral("page")), QStringLiteral("5"));
+    EXPECT_EQ(lw::valueForQuerParameter(url, QStringLiteral("q")), QStringLiteral("a%20b"));
+    EXPECT_EQ(lw::valueForQuerParameter(url, QStringLiteral("e")), QString(""));
+    EXPECT_FALSE(lw::valueForQuerParameter(url, QStringLiteral("p")));
+    EXPECT_FALSE(lw::valueForQuerParameter(url, QStringLiteral("Page")));
+    EXPECT_FALSE(lw::valueForQuerParameter(QUrl(QStringLiteral("https://example.org/")),
+                                           QStringLiteral("a")));
+}
+
+TEST(StringAdditions, PrefixesEnterKeysAndFileDates) {
+    auto prefix = [](const char* s, std::optional<QString> other) {
+        return lw::uniquePrefixComparedTo(QString::fromUtf8(s), other);
+    };
+    EXPECT_EQ(prefix("Apple", QStringLiteral("Apron")), QStringLiteral("App"));
+    EXPECT_EQ(prefix("Ab", QStringLiteral("Abc")), QStringLiteral("Ab"));
+    EXPECT_EQ(prefix("Abc", QStringLiteral("Ab")), QStringLiteral("Abc"));
+    EXPECT_EQ(prefix("x", QString()), QStringLiteral("x"));
+    EXPECT_EQ(prefix("same", QStringLiteral("same")), QStringLiteral("same"));
+    EXPECT_EQ(prefix("Apple", std::nullopt), QStringLiteral("A"));
+    EXPECT_EQ(prefix("", std::nullopt), QString());
+
+    for (const char* enter : {"\x03", "\n", "\r"})
+        EXPECT_TRUE(lw::isAnyEnterCharacter(QString::fromLatin1(enter)));
+    for (const char* other : {"\r\n", "\n\n", " ", ""})
+        EXPECT_FALSE(lw::isAnyEnterCharacter(QString::fromLatin1(other)));
+
+    const QString path = dwtest::homePath() + QStringLiteral("/dated.txt");
+    dwtest::writeFile(path, "x");
+    ASSERT_TRUE(lw::setContentModificationDate(path, LWTimestamp{1700000000, 5}));
+    EXPECT_EQ(lw::lastModifiedDate(path), (LWTimestamp{1700000000, 5}));
+    EXPECT_EQ(lw::lastModifiedDate(QUrl::fromLocalFile(path)), (LWTimestamp{1700000000, 5}));
+    EXPECT_FALSE(lw::lastModifiedDate(path + QStringLiteral(".gone")));
+    EXPECT_FALSE(lw::lastModifiedDate(QUrl(QStringLiteral("https://example.org/dated.txt"))));
+    EXPECT_EQ(lw::URLRequest(QUrl(QStringLiteral("https://example.org"))).url.host(),
+              QStringLiteral("example.org"));
+}
+
+// --- dates -----------------------------------------------------------------
+
+TEST(DateAdditions, DurationWordingAtItsBoundaries) {
+    const QDateTime base = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
+    const struct {
+        qint64 seconds;
+        const char* words;
+    } cases[] = {{0, "less than 1 minute"}, {59, "less than 1 minute"}, {60, "1 minute"},
+                 {119, "1 minute"},         {120, "2 minutes"},         {3599, "59 minutes"},
+                 {3600, "1 hour"},          {7199, "1 hour"},           {7200, "2 hours"},
+                 {86399, "23 hours"},       {86400, "1 day"},           {172799, "1 day"},
+                 {172800, "2 days"},        {200000, "2 days"},         {86400 * 400, "400 days"}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addSecs(c.seconds)),
+                  QLatin1String(c.words))
+            << c.seconds;
+        EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addSecs(-c.seconds)),
+                  QLatin1String(c.words))
+            << -c.seconds;
+    }
+    // Sub-second precision counts: 59.999 seconds are still under a minute.
+    EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addMSecs(59999)),
+              QStringLiteral("less than 1 minute"));
+
+    LWDurationInDaysHoursOrMinutesValueTransformer transformer;
+    EXPECT_EQ(transformer.transformedValue(QDateTime::currentDateTime().addSecs(-7300)).toString(),
+              QStringLiteral("2 hours"));
+    EXPECT_FALSE(transformer.transformedValue(QStringLiteral("yesterday")).isValid());
+    EXPECT_FALSE(transformer.transformedValue(QVariant()).isValid());
+    EXPECT_FALSE(LWDurationInDaysHoursOrMinutesValueTransformer::allowsReverseTransformation());
+}
+
+TEST(DateAdditions, ComparisonsAndCalendarArithmetic) {
+    const QDateTime a = QDateTime::fromMSecsSinceEpoch(1700000000000);
+    EXPECT_TRUE(lw::isMoreRecentThan(a, QDateTime()));
+    EXPECT_FALSE(lw::isMoreRecentThan(a, a));
+    EXPECT_TRUE(lw::isMoreRecentThan(a.addMSecs(1), a));
+
+    const QDateTime january31(QDate(2023, 1, 31), QTime(10, 0));
+    EXPECT_EQ(lw::dateOffsetByMonths(january31, 1, 0).date(), QDate(2023, 2, 28));
+    EXPECT_EQ(lw::dateOffsetByMonths(january31, -2, -31).date(), QDate(2022, 10, 30));
+
+    const QDateTime now = QDateTime::currentDateTime();
+    EXPECT_TRUE(lw::isToday(now));
+    EXPECT_FALSE(lw::isToday(now.addDays(-1)));
+    EXPECT_FALSE(lw::isThisYear(now.addYears(-1)));
+    const QDateTime morning(QDate(2023, 5, 4), QTime(0, 0, 1));
+    EXPECT_TRUE(lw::isOnSameDayAs(morning, QDateTime(QDate(2023, 5, 4), QTime(23, 59, 59))));
+    EXPECT_FALSE(lw::isOnSameDayAs(morning, morning.addSecs(-2)));
+    EXPECT_FALSE(lw::isOnSameDayAs(morning, QDateTime()));
+}
+
+// --- arrays, objects, errors, bundle, arithmetic ---------------------------
+
+TEST(ArrayAdditions, SafeAndRotatingAccessAndMapping) {
+    const QStringList list{"a", "b", "c"};
+    EXPECT_EQ(lw::boundsSafeObjectAtIndex(list, 2), QStringLiteral("c"));
+    EXPECT_FALSE(lw::boundsSafeObjectAtIndex(list, 3));
+    EXPECT_FALSE(lw::boundsSafeObjectAtIndex(list, -1));
+
+    auto s = [](const char* t) { return std::optional<QString>(QString::fromUtf8(t)); };
+    EXPECT_EQ(lw::objectAfter(list, s("a"), false), s("b"));
+    EXPECT_EQ(lw::objectAfter(list, s("c"), true), s("a"));
+    EXPECT_FALSE(lw::objectAfter(list, s("c"), false));
+    EXPECT_EQ(lw::objectBefore(list, s("a"), true), s("c"));
+    EXPECT_FALSE(lw::objectBefore(list, s("a"), false));
+    EXPECT_FALSE(lw::objectAfter(list, s("z"), true));
+    EXPECT_FALSE(lw::objectAfter(list, std::optional<QString>(), true));
+    const QStringList one{"x"};
+    EXPECT_EQ(lw::objectAfter(one, s("x"), true), s("x"));
+    EXPECT_FALSE(lw::objectAfter(one, s("x"), false));
+    // The first equal element counts.
+    EXPECT_EQ(lw::objectAfter(QStringList{"x", "y", "x", "z"}, s("x"), false), s("y"));
+
+    EXPECT_EQ(lw::arrayByTrimmingStringsAndRemovingEmptyOnes({" a ", "\n", "", "b\t\n", " \u3000"}),
+              (QStringList{"a", "b"}));
+
+    const QList<int> mapped = lw::map(list, [](const QString& e) -> std::optional<int> {
+        if (e == QStringLiteral("b"))
+            return std::nullopt;
+        return int(e[0].unicode());
+    });
+    EXPECT_EQ(mapped, (QList<int>{'a', 'c'}));
+}
+
+TEST(ObjectAdditions, EmptyValuesFallBackToTheDefault) {
+    const QVariant fallback(QStringLiteral("default"));
+    EXPECT_EQ(lw::useValueIfNotEmpty(QVariant(), fallback), fallback);
+    EXPECT_EQ(lw::useValueIfNotEmpty(QStringLiteral(" \n\t "), fallback), fallback);
+    EXPECT_EQ(lw::useValueIfNotEmpty(QStringLiteral(" x "), fallback), QStringLiteral(" x "));
+    EXPECT_EQ(lw::useValueIfNotEmpty(QVariantList(), fallback), fallback);
+    EXPECT_EQ(lw::useValueIfNotEmpty(QStringList(), fallback), fallback);
+    EXPECT_EQ(lw::useValueIfNotEmpty(QStringList{""}, fallback), QStringList{""});
+    EXPECT_EQ(lw::useValueIfNotEmpty(0, fallback), 0);
+    EXPECT_EQ(lw::useValueIfNotEmpty(false, fallback), false);
+}
+
+TEST(ErrorRecords, BetterErrorsKeepTheOriginalUnderneath) {
+    const LWError plain(QStringLiteral("LWFileDomain"), 4);
+    EXPECT_EQ(plain.localizedDescription(),
+              QStringLiteral("The operation couldn\u2019t be completed. (LWFileDomain error 4.)"));
+
+    const LWError better = plain.betterErrorWithLocalizedDescription(
+        QStringLiteral("The list could not be read."), QStringLiteral("Check the file."));
+    EXPECT_EQ(better.code(), 4);
+    EXPECT_EQ(better.localizedDescription(), QStringLiteral("The list could not be read."));
+    EXPECT_EQ(better.localizedRecoverySuggestion(), QStringLiteral("Check the file."));
+    EXPECT_TRUE(better.localizedFailureReason().isNull());
+    EXPECT_FALSE(better.userInfo().contains(LWError::LocalizedFailureReasonErrorKey));
+    ASSERT_NE(better.underlyingError(), nullptr);
+    EXPECT_EQ(better.underlyingError()->code(), 4);
+
+    const LWError reasoned(QStringLiteral("D"), -1,
+                           {{LWError::LocalizedFailureReasonErrorKey, QStringLiteral("gone")}});
+    EXPECT_EQ(LWError::errorWithDomain("D", 2, "x").localizedDescription(), QStringLiteral("x"));
+    const LWError chained = reasoned.betterErrorWithLocalizedDescription(QString(), QString());
+    EXPECT_EQ(chained.localizedFailureReason(), QStringLiteral("gone"));
+    EXPECT_FALSE(chained.userInfo().contains(LWError::LocalizedDescriptionKey));
+    EXPECT_EQ(chained.underlyingError()->localizedFailureReason(), QStringLiteral("gone"));
+}
+
+TEST(BundleAndMath, InformationKeysAndProportions) {
+    const LWBundle saved = LWBundle::mainBundle();
+    LWBundle::setMainBundle(
+        LWBundle(QJsonObject{{"CFBundleName", "Notes"}, {"CFBundleShortVersionString", "2.1"}}));
+    EXPECT_EQ(lw::applicationName(), QStringLiteral("Notes"));
+    EXPECT_EQ(lw::applicationShortVersionString(), QStringLiteral("2.1"));
+    EXPECT_TRUE(lw::applicationBundleVersion().isNull());
+    LWBundle::setMainBundle(saved);
+
+    EXPECT_FLOAT_EQ(LWMath::XisToY(3.0f, 4.0f, 2.0f), 6.0f);
+    EXPECT_TRUE(std::isinf(LWMath::XisToY(1.0f, 1.0f, 0.0f)));
+    EXPECT_TRUE(std::isnan(LWMath::XisToY(0.0f, 1.0f, 0.0f)));
+}

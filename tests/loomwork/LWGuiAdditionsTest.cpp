@@ -1,0 +1,51 @@
+#include "ui/LWClipboardAdditions.h"
+#include "ui/LWColorAdditions.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <gtest/gtest.h>
+
+TEST(HexColors, ReadAsFarAsTheHexDigitsGo) {
+    const struct {
+        const char* text;
+        QColor expected;
+    } cases[] = {
+        {"FF8000", QColor(255, 128, 0)},
+        {"0xFF8000", QColor(255, 128, 0)},
+        {"0Xff8000", QColor(255, 128, 0)},
+        {" \n ff8000;", QColor(255, 128, 0)},
+        {"#FF8000", QColor(0, 0, 0)},
+        {"80", QColor(0, 0, 128)},
+        {"12FF8000", QColor(255, 128, 0)},
+        {"FFFFFFFFFFFF", QColor(255, 255, 255)},
+        {"", QColor(0, 0, 0)},
+        {"nothing", QColor(0, 0, 0)},
+        {"0x", QColor(0, 0, 0)},
+        {"00ff00zz", QColor(0, 255, 0)},
+    };
+    for (const auto& c : cases) {
+        const QColor color = lw::colorWithHexString(QString::fromLatin1(c.text));
+        EXPECT_EQ(color.rgba(), c.expected.rgba()) << c.text;
+        EXPECT_EQ(color.alphaF(), 1.0f) << c.text;
+    }
+    EXPECT_EQ(lw::colorWithHexString(QString()).rgba(), QColor(0, 0, 0).rgba());
+
+    const QColor hsv = QColor::fromHsvF(0.5f, 1.0f, 1.0f, 0.25f);
+    const QColor rgb = lw::CGColor(hsv);
+    EXPECT_EQ(rgb.spec(), QColor::Rgb);
+    EXPECT_EQ(rgb.rgba(), hsv.rgba());
+}
+
+TEST(Clipboard, WritingReplacesEverythingWithPlainText) {
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    auto* rich = new QMimeData();
+    rich->setHtml(QStringLiteral("<b>old</b>"));
+    rich->setText(QStringLiteral("old"));
+    clipboard->setMimeData(rich);
+
+    lw::writeToClipboard(QStringLiteral("new \u00E9 text"));
+    EXPECT_EQ(clipboard->text(), QStringLiteral("new \u00E9 text"));
+    ASSERT_NE(clipboard->mimeData(), nullptr);
+    EXPECT_FALSE(clipboard->mimeData()->hasHtml());
+}

@@ -1,0 +1,180 @@
+#include "ui/LWLayer.h"
+
+#include "support/TestEnvironment.h"
+#include "ui/LWConstraintLayoutManager.h"
+#include "ui/LWLayerAdditions.h"
+#include "ui/LWLayerTransaction.h"
+#include "ui/LWLineupLayoutManager.h"
+#include "ui/LWTransparencyAwareLayer.h"
+
+#include <QGraphicsScene>
+#include <QPainter>
+#include <gtest/gtest.h>
+
+namespace {
+// Every layer change in these tests takes effect at once unless a test
+// switches actions back on.
+class LayerTest : public ::testing::Test {
+protected:
+    void SetUp() override { LWBeginActionlessTransaction(); }
+    void TearDown() override {
+        LWCommitTransaction();
+        EXPECT_EQ(LWLayerTransaction::depth(), 0);
+    }
+    LWLayer* addLayer(LWLayer* parent, const QRectF& frame) {
+        auto* layer = new LWLayer(parent);
+        layer->setFrame(frame);
+        return layer;
+    }
+    QGraphicsScene scene;
+};
+
+class LiftedLayer : public LWLayer {
+public:
+    std::optional<float> yOffset() const override { return 4.0f; }
+};
+} // namespace
+
+TEST_F(LayerTest, TransparentPixelsLetClicksThrough) {
+    // Alphas 0, 1, 2, 3 and 255 along one row.
+    QImage image(5, 1, QImage::Format_ARGB32);
+    const int alphas[] = {0, 1, 2, 3, 255};
+    for (int x = 0; x < 5; ++x)
+        image.setPixel(x, 0, qRgba(200, 0, 0, alphas[x]));
+
+    auto* below = new LWLayer();
+    below->setFrame(QRectF(0, 0, 5, 1));
+    below->setBackgroundColor(Qt::white);
+    scene.addItem(below);
+    auto* above = new LWTransparencyAwareLayer();
+    above->setFrame(QRectF(0, 0, 5, 1));
+    above->setContents(image);
+    scene.addItem(above);
+
+    const bool takes[] = {false, false, false, true, true};
+    for (int x = 0; x < 5; ++x) {
+        const QPointF point(x + 0.5, 0.5);
+        EXPECT_EQ(above->contains(point), takes[x]) << x;
+        EXPECT_EQ(lw::hasTransparentPixelAt(*above, point), !takes[x]) << x;
+        const QList<QGraphicsItem*> hits = scene.items(point);
+        ASSERT_FALSE(hits.isEmpty());
+        EXPECT_EQ(hits.first(), takes[x] ? static_cast<QGraphicsItem*>(above) : below) << x;
+    }
+    EXPECT_FALSE(above->contains(QPointF(5.5, 0.5)));
+    EXPECT_FALSE(lw::hasTransparentPixelAt(*below, QPointF(0.5, 0.5))); // no contents
+
+    // The test reads the image at its pixel size, whatever its pixel ratio.
+    QImage retina(4, 2, QImage::Format_ARGB32);
+    retina.fill(Qt::transparent);
+    retina.setPixel(3, 1, qRgba(0, 0, 0, 255));
+    retina.setDevicePixelRatio(2);
+    auto* sharp = new LWTransparencyAwareLayer();
+    sharp->setFrame(QRectF(0, 0, 4, 2));
+    sharp->setContents(retina);
+    scene.addItem(sharp);
+    EXPECT_TRUE(sharp->contains(QPointF(3.5, 1.5)));
+    EXPECT_FALSE(sharp->contains(QPointF(1.5, 0.5)));
+}
+
+TEST_F(LayerTest, LineupPlacesSublayersSideBySideOnTheBottomEdge) {
+    auto* host = new LWLayer();
+    scene.addItem(host);
+    host->setFrame(QRectF(7, 9, 100, 50));
+    host->setLayoutManager(LWLineupLayoutManager::horizontalLineupLayoutManager());
+    auto* a = addLayer(host, QRectF(40, 3, 10, 5));
+    auto* b = addLayer(host, QRectF(0, 0, 20, 10));
+    auto* lifted = new LiftedLayer();
+    lifted->setFrame(QRectF(-5, -5, 30, 15));
+    host->addSublayer(lifted);
+    EXPECT_TRUE(host->needsLayout());
+
+    // Laid out at the end of the event.
+    dwtest::waitUntil([&] { return !host->needsLayout(); }, 1000);
+    EXPECT_EQ(a->frame(), QRectF(0, 45, 10, 5));
+    EXPECT_EQ(b->frame(), QRectF(10, 40, 20, 10));
+    EXPECT_EQ(lifted->frame(), QRectF(30, 31, 30, 15));
+    EXPECT_EQ(host->frame(), QRectF(7, 9, 100, 50));
+    EXPECT_EQ(a->presentationFrame(), a->frame());
+
+    // A new host size lays the row out again.
+    host->setFrame(QRectF(7, 9, 100, 20));
+    host->layoutIfNeeded();
+    EXPECT_EQ(b->frame(), QRectF(10, 10, 20, 10));
+}
+
+TEST_F(LayerTest, ConstraintsTieAttributesToTheSuperlayer) {
+    auto* host = new LWLayer();
+    scene.addItem(host);
+    host->setFrame(QRectF(0, 0, 200, 100));
+    host->setLayoutManager(LWConstraintLayoutManager::layoutManager());
+    auto* centred = addLayer(host, QRectF(0, 0, 20, 10));
+    EXPECT_EQ(lw::constrain(lw::constrain(centred, LWConstraintAttribute::MidX),
+                            LWConstraintAttribute::MaxY, -5),
+              centred);
+    auto* stretched = addLayer(host, QRectF(3, 4, 20, 10));
+    lw::constrain(stretched, LWConstraintAttribute::Width, -40);
+    lw::constrain(stretched, LWConstraintAttribute::MinX, 20);
+    auto* loose = addLayer(host, QRectF(1, 2, 3, 4));
+    host->layoutIfNeeded();
+    EXPECT_EQ(centred->frame(), QRectF(90, 85, 20, 10));
+    EXPECT_EQ(stretched->frame(), QRectF(20, 4, 160, 10));
+    EXPECT_EQ(loose->frame(), QRectF(1, 2, 3, 4));
+    // Constraints without a constraint layout manager do nothing.
+    host->setLayoutManager(nullptr);
+    host->setFrame(QRectF(0, 0, 400, 100));
+    host->layoutIfNeeded();
+    EXPECT_EQ(centred->frame().x(), 90);
+}
+
+TEST_F(LayerTest, DebugBordersReachEverySublayerAndLieInsideTheBounds) {
+    auto* root = new LWLayer();
+    root->setFrame(QRectF(0, 0, 60, 40));
+    auto* child = addLayer(root, QRectF(0, 0, 30, 30));
+    auto* grandchild = addLayer(child, QRectF(0, 0, 20, 20));
+    lw::addDebugBorder(root);
+    for (LWLayer* layer : {root, child, grandchild}) {
+        EXPECT_EQ(layer->borderColor(), QColor(255, 0, 0));
+        EXPECT_EQ(layer->borderWidth(), 2);
+        EXPECT_EQ(layer->cornerRadius(), 10);
+    }
+    QImage image(60, 40, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    root->paint(&painter, nullptr, nullptr);
+    painter.end();
+    EXPECT_EQ(image.pixel(30, 0), qRgba(255, 0, 0, 255));
+    EXPECT_EQ(image.pixel(30, 1), qRgba(255, 0, 0, 255));
+    EXPECT_EQ(qAlpha(image.pixel(30, 3)), 0);
+    EXPECT_EQ(qAlpha(image.pixel(0, 0)), 0); // rounded corner
+    delete root;
+}
+
+TEST_F(LayerTest, FrameChangesAnimateUnlessTheTransactionDisablesActions) {
+    auto* layer = new LWLayer();
+    scene.addItem(layer);
+    layer->setFrame(QRectF(0, 0, 10, 10));
+
+    LWLayerTransaction::begin();
+    EXPECT_TRUE(LWLayerTransaction::disableActions()); // inherited
+    LWLayerTransaction::setDisableActions(false);
+    layer->setFrame(QRectF(100, 0, 10, 10));
+    EXPECT_EQ(layer->frame(), QRectF(100, 0, 10, 10));
+    EXPECT_EQ(layer->presentationFrame(), QRectF(0, 0, 10, 10));
+    LWCommitTransaction();
+    EXPECT_TRUE(LWLayerTransaction::disableActions());
+    EXPECT_TRUE(dwtest::waitUntil(
+        [&] { return layer->presentationFrame() == QRectF(100, 0, 10, 10); }, 2000));
+
+    // Disabled: at once, and a running animation is cut short.
+    LWLayerTransaction::begin();
+    LWLayerTransaction::setDisableActions(false);
+    layer->setFrame(QRectF(0, 0, 10, 10));
+    LWBeginActionlessTransaction();
+    layer->setFrame(QRectF(50, 50, 20, 20));
+    EXPECT_EQ(layer->presentationFrame(), QRectF(50, 50, 20, 20));
+    LWCommitTransaction();
+    LWCommitTransaction();
+    dwtest::processEventsFor(50);
+    EXPECT_EQ(layer->presentationFrame(), QRectF(50, 50, 20, 20));
+    EXPECT_EQ(layer->boundingRect(), QRectF(0, 0, 20, 20));
+}

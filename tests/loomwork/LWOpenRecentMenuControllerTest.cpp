@@ -1,0 +1,142 @@
+#include "openrecent/LWOpenRecentMenuController.h"
+
+#include "fakes/FakeWorkspace.h"
+#include "foundation/LWPreferences.h"
+#include "support/TestEnvironment.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QMenu>
+#include <gtest/gtest.h>
+
+namespace {
+const QString key = QStringLiteral("LWRecentDocuments");
+
+class OpenRecentMenuTest : public ::testing::Test {
+protected:
+    void SetUp() override { LWPreferences::standard().removeObject(key); }
+
+    QString document(const QString& name) {
+        const QString path = dwtest::homePath() + QStringLiteral("/docs/") + name;
+        dwtest::writeFile(path, "x");
+        return path;
+    }
+    QStringList stored() const { return LWPreferences::standard().stringArrayForKey(key); }
+    QList<QAction*> openMenu() {
+        QMenu* menu = controller.openRecentMenu();
+        emit menu->aboutToShow();
+        return menu->actions();
+    }
+
+    FakeWorkspace workspace;
+    LWOpenRecentMenuController controller{&workspace};
+};
+
+void expectOnlyDisabledClearMenu(const QList<QAction*>& items) {
+    ASSERT_EQ(items.size(), 1);
+    EXPECT_EQ(items[0]->text(), QStringLiteral("Clear Menu"));
+    EXPECT_FALSE(items[0]->isEnabled());
+}
+} // namespace
+
+TEST_F(OpenRecentMenuTest, RecordingKeepsTheMostRecentFirstWithoutRepeats) {
+    EXPECT_EQ(controller.openRecentMenu()->title(), QStringLiteral("Open Recent"));
+    controller.noteNewRecentDocumentWithPath(QString());
+    controller.noteNewRecentDocumentWithPath(dwtest::homePath() + QStringLiteral("/nothing.txt"));
+    EXPECT_FALSE(LWPreferences::standard().contains(key));
+
+    const QString a = document(QStringLiteral("a.txt"));
+    const QString b = document(QStringLiteral("b, with comma.txt"));
+    const QString c = document(QStringLiteral("c.taskpaper"));
+    controller.noteNewRecentDocumentWithPath(a);
+    controller.noteNewRecentDocumentWithPath(b);
+    controller.noteNewRecentDocumentWithPath(c);
+    EXPECT_EQ(stored(), (QStringList{c, b, a}));
+    // Already listed: keeps its place, even when it is not at the front.
+    controller.noteNewRecentDocumentWithPath(a);
+    EXPECT_EQ(stored(), (QStringList{c, b, a}));
+    // Folders count as documents too.
+    controller.noteNewRecentDocumentWithPath(dwtest::homePath() + QStringLiteral("/docs"));
+    EXPECT_EQ(stored().size(), 4);
+}
+
+TEST_F(OpenRecentMenuTest, TheEleventhDocumentPushesOutTheOldest) {
+    QStringList paths;
+    for (int i = 0; i < 11; ++i) {
+        paths.append(document(QStringLiteral("doc%1.txt").arg(i)));
+        controller.noteNewRecentDocumentWithPath(paths.last());
+    }
+    const QStringList list = stored();
+    ASSERT_EQ(list.size(), 10);
+    EXPECT_EQ(list.first(), paths[10]);
+    EXPECT_EQ(list.last(), paths[1]);
+    EXPECT_FALSE(list.contains(paths[0]));
+}
+
+TEST_F(OpenRecentMenuTest, MenuShowsExistingDocumentsThenClearMenu) {
+    expectOnlyDisabledClearMenu(openMenu());
+
+    const QString a = document(QStringLiteral("a.txt"));
+    const QString gone = document(QStringLiteral("gone.txt"));
+    const QString b = document(QStringLiteral("b.txt"));
+    for (const QString& path : {a, gone, b})
+        controller.noteNewRecentDocumentWithPath(path);
+    QFile::remove(gone);
+
+    for (int round = 0; round < 2; ++round) { // opening twice gives no duplicates
+        const QList<QAction*> items = openMenu();
+        ASSERT_EQ(items.size(), 4);
+        EXPECT_EQ(items[0]->text(), QStringLiteral("b.txt"));
+        EXPECT_EQ(items[0]->data().toString(), b);
+        EXPECT_EQ(items[1]->text(), QStringLiteral("a.txt"));
+        EXPECT_TRUE(items[1]->shortcut().isEmpty());
+        EXPECT_TRUE(items[2]->isSeparator());
+        EXPECT_EQ(items[3]->text(), QStringLiteral("Clear Menu"));
+        EXPECT_TRUE(items[3]->isEnabled());
+        const QIcon icon = items[0]->icon();
+        ASSERT_FALSE(icon.isNull());
+        EXPECT_EQ(icon.availableSizes(), QList<QSize>{QSize(16, 16)});
+    }
+    // The gone document stays in the stored list.
+    EXPECT_EQ(stored(), (QStringList{b, gone, a}));
+
+    // All gone: the same menu as an empty list.
+    QFile::remove(a);
+    QFile::remove(b);
+    expectOnlyDisabledClearMenu(openMenu());
+}
+
+TEST_F(OpenRecentMenuTest, ChoosingOpensTheFullPathAndClearingEmptiesTheList) {
+    const QString a = document(QStringLiteral("a.txt"));
+    controller.noteNewRecentDocumentWithPath(a);
+    QStringList opened;
+    QObject::connect(&controller, &LWOpenRecentMenuController::openFile,
+                     [&](const QString& path) { opened.append(path); });
+    QList<QAction*> items = openMenu();
+    items[0]->trigger();
+    EXPECT_EQ(opened, QStringList{a});
+
+    // Senders that are not document entries are ignored.
+    QAction bare(QStringLiteral("bare"));
+    controller.openRecentDocument(&bare);
+    controller.openRecentDocument(nullptr);
+    controller.openRecentDocument(&controller);
+    EXPECT_EQ(opened.size(), 1);
+
+    items.last()->trigger();
+    EXPECT_FALSE(LWPreferences::standard().contains(key));
+    expectOnlyDisabledClearMenu(openMenu());
+}
+
+TEST_F(OpenRecentMenuTest, AMenuSetLaterIsFilledInstead) {
+    controller.noteNewRecentDocumentWithPath(document(QStringLiteral("a.txt")));
+    QMenu mine(QStringLiteral("Recent"));
+    QMenu* original = controller.openRecentMenu();
+    controller.setOpenRecentMenu(&mine);
+    emit original->aboutToShow();
+    EXPECT_TRUE(original->actions().isEmpty());
+    emit mine.aboutToShow();
+    EXPECT_EQ(mine.actions().size(), 3);
+    controller.setOpenRecentMenu(nullptr);
+}

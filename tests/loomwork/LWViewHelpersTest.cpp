@@ -1,0 +1,198 @@
+#include "support/LogCapture.h"
+#include "support/TestEnvironment.h"
+#include "ui/LWBackgroundImageView.h"
+#include "ui/LWFlippedToolbarSeparatorView.h"
+#include "ui/LWGeometry.h"
+#include "ui/LWLinkCursorButton.h"
+#include "ui/LWToolbarSeparatorView.h"
+#include "ui/LWViewAdditions.h"
+#include "ui/LWViewAnimationAdditions.h"
+#include "ui/LWWidgetAdditions.h"
+
+#include <QAction>
+#include <QGraphicsEffect>
+#include <QMouseEvent>
+#include <QStandardItemModel>
+#include <QTabWidget>
+#include <QToolBar>
+#include <QTreeView>
+#include <gtest/gtest.h>
+
+namespace {
+QImage rendered(QWidget& view) {
+    QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    view.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
+    return image;
+}
+} // namespace
+
+TEST(Geometry, RoundingHalvesAwayFromZeroAndEvenSizes) {
+    EXPECT_EQ(LWEvenSize(QSizeF(4.4, 4.6)), QSizeF(4, 6));
+    EXPECT_EQ(LWEvenSize(QSizeF(-2.6, 7)), QSizeF(-4, 8));
+    EXPECT_EQ(LWEvenSize(QSizeF(5, -0.4)), QSizeF(6, 0));
+    EXPECT_EQ(LWRectWithEvenSize(QRectF(1.5, 2.5, 3, 4)), QRectF(1.5, 2.5, 4, 4));
+    EXPECT_EQ(LWRoundedRect(QRectF(-0.5, 0.5, 2.5, -2.5)), QRectF(-1, 1, 3, -3));
+    EXPECT_EQ(LWRoundedPoint(QPointF(1.49, -1.5)), QPointF(1, -2));
+    EXPECT_EQ(LWRoundedSize(QSizeF(0.5, 9.51)), QSizeF(1, 10));
+    EXPECT_EQ(LWRoundedProduct(0.5f, 5), 3);
+    EXPECT_EQ(LWRoundedProduct(-0.5f, 5), -3);
+}
+
+TEST(ViewAdditions, CentringRoundsAndLeavesOrphansAlone) {
+    QWidget parent;
+    parent.resize(200, 100);
+    QWidget child(&parent);
+    child.setGeometry(3, 4, 101, 21);
+    lw::centerInParentHorizontally(&child);
+    EXPECT_EQ(child.geometry(), QRect(50, 4, 101, 21)); // 49.5 rounds to 50
+    // 39.5 rounds to 40 from the bottom; the offset lifts it further.
+    lw::centerInParentVerticallyWithOffset(&child, 0);
+    EXPECT_EQ(child.y(), 100 - 21 - 40);
+    lw::centerInParentVerticallyWithOffset(&child, 3);
+    EXPECT_EQ(child.y(), 100 - 21 - 43);
+    EXPECT_EQ(child.size(), QSize(101, 21));
+
+    QWidget orphan;
+    orphan.setGeometry(7, 8, 10, 10);
+    lw::centerInParentHorizontally(&orphan);
+    lw::centerInParentVerticallyWithOffset(&orphan, 5);
+    EXPECT_EQ(orphan.pos(), QPoint(7, 8));
+}
+
+TEST(ViewAdditions, FadesShowHideAndLeaveTheViewOpaque) {
+    QWidget window;
+    window.resize(100, 100);
+    QWidget child(&window);
+    window.show();
+    lw::fadeOutWithDuration(&child, 0.05);
+    EXPECT_TRUE(child.isVisible());
+    ASSERT_TRUE(dwtest::waitUntil([&] { return !child.isVisible(); }, 2000));
+    EXPECT_EQ(child.graphicsEffect(), nullptr);
+
+    lw::fadeInWithDuration(&child, 0.05);
+    EXPECT_TRUE(child.isVisible()); // shown as the fade starts
+    EXPECT_NE(child.graphicsEffect(), nullptr);
+    ASSERT_TRUE(dwtest::waitUntil([&] { return child.graphicsEffect() == nullptr; }, 2000));
+    EXPECT_TRUE(child.isVisible());
+
+    // Not started; windows fade through their own opacity.
+    auto animation = lw::animationWithTarget(&window, LWViewAnimationEffect::FadeOut);
+    EXPECT_EQ(animation->state(), QAbstractAnimation::Stopped);
+    EXPECT_EQ(animation->duration(), 500);
+    EXPECT_EQ(animation->targetObject(), &window);
+    EXPECT_EQ(animation->propertyName(), QByteArray("windowOpacity"));
+}
+
+TEST(ViewAdditions, EventPointsAndLinkCursor) {
+    QWidget window;
+    QWidget child(&window);
+    child.move(30, 40);
+    const QMouseEvent event(QEvent::MouseButtonPress, QPointF(1, 1), QPointF(35, 47),
+                            QPointF(135, 147), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    EXPECT_EQ(lw::localPointForEvent(&child, event), QPointF(5, 7));
+
+    LWLinkCursorButton button(QStringLiteral("Visit"));
+    EXPECT_EQ(button.cursor().shape(), Qt::PointingHandCursor);
+}
+
+TEST(WidgetAdditions, TabsToolBarsAndTreeSelection) {
+    QTabWidget tabs;
+    auto* first = new QWidget();
+    first->setObjectName(QStringLiteral("general"));
+    auto* second = new QWidget();
+    second->setObjectName(QStringLiteral("advanced"));
+    tabs.addTab(first, QStringLiteral("General"));
+    tabs.addTab(second, QStringLiteral("Advanced"));
+    EXPECT_EQ(lw::tabViewItemWithIdentifier(&tabs, QStringLiteral("advanced")), second);
+    EXPECT_EQ(lw::tabViewItemWithIdentifier(&tabs, QStringLiteral("none")), nullptr);
+
+    QToolBar toolBar;
+    for (const char* name : {"x", "y", "x"}) {
+        toolBar.addAction(QString::fromLatin1(name))->setObjectName(QString::fromLatin1(name));
+    }
+    lw::removeItemWithIdentifier(&toolBar, QStringLiteral("x"));
+    lw::removeItemWithIdentifier(&toolBar, QStringLiteral("missing"));
+    QStringList left;
+    for (QAction* action : toolBar.actions())
+        left.append(action->objectName());
+    EXPECT_EQ(left, (QStringList{"y", "x"}));
+
+    QStandardItemModel model;
+    auto* parentItem = new QStandardItem(QStringLiteral("parent"));
+    auto* childItem = new QStandardItem(QStringLiteral("child"));
+    parentItem->appendRow(childItem);
+    model.appendRow(parentItem);
+    model.appendRow(new QStandardItem(QStringLiteral("other")));
+    QTreeView tree;
+    tree.setModel(&model);
+    tree.setSelectionMode(QAbstractItemView::ExtendedSelection);
+    const QModelIndex parentIndex = model.indexFromItem(parentItem);
+    const QModelIndex childIndex = model.indexFromItem(childItem);
+    const QModelIndex otherIndex = model.index(1, 0);
+
+    lw::selectItem(&tree, childIndex, false); // collapsed: not shown
+    EXPECT_FALSE(tree.selectionModel()->hasSelection());
+    lw::selectItem(&tree, otherIndex, false);
+    tree.expand(parentIndex);
+    lw::selectItem(&tree, childIndex, true);
+    EXPECT_TRUE(tree.selectionModel()->isSelected(otherIndex));
+    EXPECT_TRUE(tree.selectionModel()->isSelected(childIndex));
+    lw::selectItem(&tree, parentIndex, false);
+    EXPECT_EQ(tree.selectionModel()->selectedRows(), QModelIndexList{parentIndex});
+}
+
+TEST(SeparatorViews, FadingLineOverASoftShadowAlongOneEdge) {
+    LWToolbarSeparatorView bottom;
+    bottom.resize(200, 24);
+    const QImage image = rendered(bottom);
+    const int last = image.height() - 1;
+    // The line fades out towards both ends and is darkest in the middle.
+    const int middle = qAlpha(image.pixel(100, last));
+    EXPECT_GT(middle, qAlpha(image.pixel(30, last)));
+    EXPECT_GT(qAlpha(image.pixel(30, last)), qAlpha(image.pixel(5, last)));
+    // The shadow reaches in from the bottom edge only.
+    EXPECT_GT(qAlpha(image.pixel(100, last - 3)), qAlpha(image.pixel(100, last - 8)));
+    EXPECT_EQ(qAlpha(image.pixel(100, 0)), 0);
+    // Gray, never white: the white shape itself lies outside the view.
+    EXPECT_LT(qRed(image.pixel(100, last)), 0x80);
+
+    LWFlippedToolbarSeparatorView top;
+    top.resize(200, 24);
+    const QImage flipped = rendered(top);
+    EXPECT_EQ(flipped, image.mirrored(false, true));
+}
+
+TEST(BackgroundImageView, DrawsOnceOrAsATiledPattern) {
+    QImage tile(2, 1, QImage::Format_ARGB32_Premultiplied);
+    tile.setPixel(0, 0, qRgba(255, 0, 0, 255));
+    tile.setPixel(1, 0, qRgba(0, 0, 255, 255));
+
+    LWBackgroundImageView view;
+    view.resize(5, 3);
+    EXPECT_TRUE(rendered(view).pixel(0, 0) == 0u); // no image: nothing drawn
+    view.setIsPattern(true);
+    EXPECT_EQ(view.patternColor().style(), Qt::NoBrush);
+    view.setImage(tile); // the pattern follows a later image
+    EXPECT_EQ(view.patternColor().style(), Qt::TexturePattern);
+    const QImage pattern = rendered(view);
+    for (int y = 0; y < 3; ++y) {
+        for (int x = 0; x < 5; ++x)
+            EXPECT_EQ(pattern.pixel(x, y), tile.pixel(x % 2, 0)) << x << "," << y;
+    }
+
+    view.setIsPattern(false);
+    EXPECT_EQ(view.patternColor().style(), Qt::NoBrush);
+    const QImage once = rendered(view);
+    EXPECT_EQ(once.pixel(0, 2), tile.pixel(0, 0)); // standing in the bottom-left corner
+    EXPECT_EQ(once.pixel(1, 2), tile.pixel(1, 0));
+    EXPECT_EQ(qAlpha(once.pixel(2, 2)), 0);
+    EXPECT_EQ(qAlpha(once.pixel(0, 0)), 0);
+
+    dwtest::LogCapture log;
+    view.setImageName(QStringLiteral("no-such-image"));
+    EXPECT_TRUE(log.standardError().contains(
+        QStringLiteral("] Warning: Image not found for name: no-such-image\n")));
+    EXPECT_TRUE(view.image().isNull());
+    EXPECT_EQ(view.imageName(), QStringLiteral("no-such-image"));
+}

@@ -1,0 +1,157 @@
+// Runs inside its own D-Bus session (dbus-run-session), where the bus starts
+// the gvfs metadata daemon on demand: custom icons are really written, and
+// checked with the gio tool as a file manager would see them.
+#include "platform/DWLinuxWorkspace.h"
+#include "support/TestEnvironment.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace {
+// The daemons the bus starts must use this test's private folders.
+class SessionEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override {
+        ASSERT_TRUE(QDBusConnection::sessionBus().isConnected()) << "run with dbus-run-session";
+        qDBusRegisterMetaType<QMap<QString, QString>>();
+        QMap<QString, QString> environment;
+        for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME"})
+            environment.insert(QString::fromLatin1(name), qEnvironmentVariable(name));
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("UpdateActivationEnvironment"));
+        call << QVariant::fromValue(environment);
+        ASSERT_NE(QDBusConnection::sessionBus().call(call).type(), QDBusMessage::ErrorMessage);
+    }
+};
+[[maybe_unused]] ::testing::Environment* const session =
+    ::testing::AddGlobalTestEnvironment(new SessionEnvironment);
+
+// The attribute as `gio info` reads it; empty when unset.
+QString customIconOf(const QString& path) {
+    QProcess gio;
+    gio.start(QStringLiteral("gio"), {QStringLiteral("info"), QStringLiteral("-a"),
+                                      QStringLiteral("metadata::custom-icon"), path});
+    EXPECT_TRUE(gio.waitForFinished(30000));
+    const QString key = QStringLiteral("metadata::custom-icon: ");
+    for (const QString& line : QString::fromUtf8(gio.readAllStandardOutput()).split('\n')) {
+        if (line.trimmed().startsWith(key))
+            return line.trimmed().mid(key.size());
+    }
+    return QString();
+}
+
+// Access, modification and change time, to the nanosecond.
+std::array<std::pair<qint64, quint32>, 3> timesOf(const QString& path) {
+    struct statx s {};
+    statx(AT_FDCWD, QFile::encodeName(path).constData(), 0, STATX_ATIME | STATX_MTIME | STATX_CTIME,
+          &s);
+    return {{{s.stx_atime.tv_sec, s.stx_atime.tv_nsec},
+             {s.stx_mtime.tv_sec, s.stx_mtime.tv_nsec},
+             {s.stx_ctime.tv_sec, s.stx_ctime.tv_nsec}}};
+}
+} // namespace
+
+TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOrContents) {
+    if (QStandardPaths::findExecutable(QStringLiteral("gio")).isEmpty())
+        GTEST_SKIP() << "the gio tool (libglib2.0-bin) is not installed";
+    DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, QString()});
+    const QString cache = qEnvironmentVariable("XDG_CACHE_HOME") + QStringLiteral("/dotwise");
+    const QString file = dwtest::homePath() + QStringLiteral("/session/Task List #1.txt");
+    dwtest::writeFile(file, "- [ ] one\n");
+    ASSERT_EQ(QProcess::execute(
+                  QStringLiteral("touch"),
+                  {QStringLiteral("-d"), QStringLiteral("2020-02-29 23:59:58.987654321"), file}),
+              0);
+    const auto before = timesOf(file);
+
+    const LWIconImage icon = workspace.iconForFile(file);
+    ASSERT_TRUE(workspace.setIcon(icon, file));
+    const QString first = QUrl(customIconOf(file)).toLocalFile();
+    EXPECT_EQ(QFileInfo(first).absolutePath(), cache);
+    EXPECT_EQ(QImage(first).size(), icon.largestImage().size());
+    EXPECT_EQ(QFileInfo(cache).permissions() & (QFileDevice::ReadOther | QFileDevice::ReadGroup),
+              QFileDevice::Permissions());
+    const auto afterSet = timesOf(file);
+    EXPECT_EQ(afterSet[0], before[0]);
+    EXPECT_EQ(afterSet[1], before[1]);
+    // Only the change time moved: the file manager's monitor sees an attribute change.
+    EXPECT_NE(afterSet[2], before[2]);
+
+    // A new picture gets a new name (file managers cache by URI); the old one goes.
+    ASSERT_TRUE(workspace.setIcon(icon, file));
+    const QString second = QUrl(customIconOf(file)).toLocalFile();
+    EXPECT_NE(second, first);
+    EXPECT_FALSE(QFileInfo::exists(first));
+    EXPECT_TRUE(QFileInfo::exists(second));
+
+    ASSERT_TRUE(workspace.setIcon(LWIconImage(), file));
+    EXPECT_TRUE(customIconOf(file).isEmpty());
+    EXPECT_TRUE(QDir(cache).entryList(QDir::Files).isEmpty());
+    const auto afterRemove = timesOf(file);
+    EXPECT_EQ(afterRemove[0], before[0]);
+    EXPECT_EQ(afterRemove[1], before[1]);
+    EXPECT_EQ(dwtest::readFile(file), QByteArray("- [ ] one\n"));
+
+    // A file that vanished while badged leaves no picture behind.
+    ASSERT_TRUE(workspace.setIcon(icon, file));
+    ASSERT_TRUE(QFile::remove(file));
+    EXPECT_FALSE(workspace.setIcon(LWIconImage(), file));
+    EXPECT_TRUE(QDir(cache).entryList(QDir::Files).isEmpty());
+}
+
+namespace {
+// Stands in for the file manager's D-Bus service.
+class FakeFileManager : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+public:
+    QStringList shownItems;
+public slots:
+    void ShowItems(const QStringList& uris, const QString&) { shownItems += uris; }
+};
+
+class OpenedUrls : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public slots:
+    void open(const QUrl& url) { urls.append(url); }
+};
+} // namespace
+
+TEST(RevealWithSessionBus, AsksTheFileManagerAndOpensTheFolderWhenNoneAnswers) {
+    OpenedUrls opened;
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), &opened, "open");
+    DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, QString()});
+    const QString file = dwtest::homePath() + QStringLiteral("/reveal/100% done.txt");
+    dwtest::writeFile(file, "x\n");
+
+    FakeFileManager fileManager;
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString name = QStringLiteral("org.freedesktop.FileManager1");
+    ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &fileManager,
+                                   QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(bus.registerService(name));
+    EXPECT_TRUE(workspace.selectFile(file, QString()));
+    EXPECT_TRUE(dwtest::waitUntil([&] { return !fileManager.shownItems.isEmpty(); }, 10000));
+    EXPECT_EQ(fileManager.shownItems,
+              QStringList{QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)});
+
+    bus.unregisterService(name);
+    EXPECT_TRUE(workspace.selectFile(file, QString()));
+    EXPECT_TRUE(dwtest::waitUntil([&] { return !opened.urls.isEmpty(); }, 10000));
+    EXPECT_EQ(opened.urls, QList<QUrl>{QUrl::fromLocalFile(QFileInfo(file).absolutePath())});
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+}
+
+#include "DWLinuxWorkspaceSessionTest.moc"

@@ -1,0 +1,153 @@
+#include "platform/LaunchAtLoginController.h"
+
+#include "foundation/LWBundle.h"
+#include "foundation/LWPreferences.h"
+#include "platform/DWDesktopEntry.h"
+#include "platform/DummyLaunchAtLoginController.h"
+#include "support/TestEnvironment.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+namespace {
+// Against the real autostart folder under the test's private XDG_CONFIG_HOME.
+class LaunchAtLogin : public ::testing::Test {
+protected:
+    void SetUp() override {
+        LWBundle::setMainBundle(LWBundle(QJsonObject{
+            {QStringLiteral("CFBundleIdentifier"), QStringLiteral("org.wrenfield.Dotwise")},
+            {QStringLiteral("CFBundleName"), QStringLiteral("Dotwise")}}));
+        QDir(autostart).removeRecursively();
+        QFile::remove(autostart);
+        QDir().mkpath(autostart);
+        QObject::connect(&controller, &LaunchAtLoginController::launchAtLoginChanged,
+                         [this](bool value) { announced.append(value); });
+    }
+    QStringList entries() const {
+        return QDir(autostart).entryList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
+    }
+    void writeEntry(const QString& name, const QString& exec, const QByteArray& extra = {}) {
+        dwtest::writeFile(autostart + QLatin1Char('/') + name,
+                          "[Desktop Entry]\nType=Application\nExec=" + exec.toUtf8() + "\n" +
+                              extra);
+    }
+
+    const QString program = QCoreApplication::applicationFilePath();
+    const QString autostart = LaunchAtLoginController::autostartDirectory();
+    const QString ownName = QStringLiteral("org.wrenfield.Dotwise.desktop");
+    LaunchAtLoginController controller;
+    QList<bool> announced;
+};
+} // namespace
+
+TEST_F(LaunchAtLogin, EnablingTwiceLeavesOneEntryForThisProgramAndOffRemovesIt) {
+    EXPECT_FALSE(controller.launchAtLogin());
+    controller.setLaunchAtLogin(true);
+    EXPECT_TRUE(controller.setProperty("startAtLogin", true));
+    EXPECT_TRUE(controller.launchAtLogin());
+    EXPECT_EQ(entries(), QStringList{ownName});
+    const auto entry = DWDesktopEntry::fromFile(autostart + QLatin1Char('/') + ownName);
+    ASSERT_TRUE(entry.has_value());
+    EXPECT_EQ(entry->execArguments(), QStringList{program});
+
+    controller.setLaunchAtLogin(false);
+    controller.setLaunchAtLogin(false); // already off: nothing changes, but it is announced
+    EXPECT_TRUE(entries().isEmpty());
+    EXPECT_EQ(announced, (QList<bool>{true, true, false, false}));
+}
+
+TEST_F(LaunchAtLogin, AnotherCopysEntryNeitherCountsNorIsRemoved) {
+    const QString other = dwtest::homePath() + QStringLiteral("/other-copy/dotwise");
+    QDir().mkpath(QFileInfo(other).path());
+    ASSERT_TRUE(QFile::exists(other) || QFile::copy(program, other));
+    writeEntry(ownName, other);
+    const QByteArray theirs = dwtest::readFile(autostart + QLatin1Char('/') + ownName);
+    EXPECT_FALSE(controller.launchAtLogin());
+
+    controller.setLaunchAtLogin(true);
+    EXPECT_TRUE(controller.launchAtLogin());
+    EXPECT_EQ(entries().size(), 2);
+    controller.setLaunchAtLogin(false);
+    EXPECT_EQ(entries(), QStringList{ownName});
+    EXPECT_EQ(dwtest::readFile(autostart + QLatin1Char('/') + ownName), theirs);
+    EXPECT_TRUE(controller.willLaunchAtLogin(QUrl::fromLocalFile(other)));
+}
+
+TEST_F(LaunchAtLogin, HandMadeEntriesCountWhenTheSessionWouldStartThem) {
+    // Through a link whose path needs quoting, with arguments and field codes.
+    const QString links = dwtest::homePath() + QStringLiteral("/my apps $1");
+    QDir().mkpath(links);
+    ASSERT_TRUE(QFile::link(program, links + QStringLiteral("/dotwise")));
+    writeEntry(QStringLiteral("by-hand.desktop"),
+               DWDesktopEntry::quoteExecArgument(links + QStringLiteral("/dotwise")) +
+                   QStringLiteral(" --tray %U"));
+    EXPECT_TRUE(controller.launchAtLogin());
+    QFile::remove(autostart + QStringLiteral("/by-hand.desktop"));
+    // A bare name is looked up in PATH, also behind env.
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", QFile::encodeName(links) + ":/usr/bin:/bin");
+    writeEntry(QStringLiteral("from-path.desktop"), QStringLiteral("env LANG=C dotwise"));
+    EXPECT_TRUE(controller.launchAtLogin());
+    qputenv("PATH", path);
+    QFile::remove(autostart + QStringLiteral("/from-path.desktop"));
+
+    // Switched off in the desktop's own ways, or broken: they don't count.
+    writeEntry(QStringLiteral("hidden.desktop"), program, "Hidden=true\n");
+    writeEntry(QStringLiteral("off.desktop"), program, "X-GNOME-Autostart-enabled=false\n");
+    writeEntry(QStringLiteral("quotes.desktop"), QStringLiteral("\"") + program);
+    dwtest::writeFile(autostart + QStringLiteral("/junk.desktop"), QByteArray("\x00\xff\x13", 3));
+    EXPECT_FALSE(controller.launchAtLogin());
+
+    // Every entry that counts goes, or the switch could not be turned off.
+    writeEntry(QStringLiteral("a.desktop"), program);
+    writeEntry(QStringLiteral("b.desktop"), program, "X-GNOME-Autostart-enabled=true\n");
+    controller.setLaunchAtLogin(false);
+    EXPECT_FALSE(controller.launchAtLogin());
+    EXPECT_EQ(entries(),
+              (QStringList{QStringLiteral("hidden.desktop"), QStringLiteral("junk.desktop"),
+                           QStringLiteral("off.desktop"), QStringLiteral("quotes.desktop")}));
+
+    // Our own switched-off entry is switched back on in place.
+    writeEntry(ownName, program, "Hidden=true\n");
+    controller.setLaunchAtLogin(true);
+    EXPECT_TRUE(controller.launchAtLogin());
+    EXPECT_EQ(entries().size(), 5);
+}
+
+TEST_F(LaunchAtLogin, AnUnwritableAutostartFolderReadsAsOff) {
+    QDir(autostart).removeRecursively();
+    dwtest::writeFile(autostart, "a file where the folder should be");
+    controller.setLaunchAtLogin(true);
+    EXPECT_EQ(announced, QList<bool>{false});
+    QFile::remove(autostart);
+}
+
+TEST(DummyLaunchAtLogin, KeepsItsFlagInThePreferencesAndLeavesAutostartAlone) {
+    const QString autostart = LaunchAtLoginController::autostartDirectory();
+    QDir(autostart).removeRecursively();
+    LWPreferences::standard().removeObject(QStringLiteral("ptlalFlag"));
+    EXPECT_FALSE(DummyLaunchAtLoginController().launchAtLogin());
+    DummyLaunchAtLoginController().setLaunchAtLogin(true);
+    // On disk at once: the next launch sees it.
+    EXPECT_TRUE(dwtest::readFile(LWPreferences::standard().fileName()).contains("ptlalFlag=true"));
+    EXPECT_TRUE(DummyLaunchAtLoginController().launchAtLogin());
+    EXPECT_FALSE(QFileInfo::exists(autostart));
+}
+
+TEST(DesktopEntry, ExecValuesSurviveQuotingAndEscaping) {
+    // Whatever a path holds, writing and reading it back gives the same path.
+    for (const QString& path : {QStringLiteral("/with space/\"quotes\"/x"),
+                                QStringLiteral("/d$llar/`tick`/back\\slash/100%"),
+                                QStringLiteral(" /leading blank\tand tab")}) {
+        DWDesktopEntry written;
+        written.setValue(QStringLiteral("Exec"),
+                         DWDesktopEntry::quoteExecArgument(path) + QStringLiteral(" %U"));
+        const auto read = DWDesktopEntry::fromData("[Other]\nExec=wrong\n" + written.toData());
+        ASSERT_TRUE(read.has_value());
+        EXPECT_EQ(read->execArguments(), QStringList{path});
+    }
+    EXPECT_FALSE(DWDesktopEntry::fromData("[Other]\nName=x\n").has_value());
+}

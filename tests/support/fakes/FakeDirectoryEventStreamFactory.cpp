@@ -1,0 +1,116 @@
+#include "fakes/FakeDirectoryEventStreamFactory.h"
+
+#include <algorithm>
+
+struct FakeDirectoryEventStreamFactory::State {
+    struct Stream {
+        QSet<QString> directories;
+        DWDirectoryEventStream::Callback callback;
+    };
+    QList<std::shared_ptr<Stream>> running;
+    bool failsToCreate = false;
+    int created = 0;
+    int started = 0;
+    int stopped = 0;
+    double lastLatency = 0;
+    quint64 lastSinceEventId = 0;
+    quint64 nextEventId = 1;
+};
+
+namespace {
+class FakeDirectoryEventStream final : public DWDirectoryEventStream {
+public:
+    using State = FakeDirectoryEventStreamFactory::State;
+
+    FakeDirectoryEventStream(std::shared_ptr<State> state, QSet<QString> directories,
+                             Callback callback)
+        : _state(std::move(state)), _stream(std::make_shared<State::Stream>(State::Stream{
+                                        std::move(directories), std::move(callback)})) {}
+    ~FakeDirectoryEventStream() override { stop(); }
+
+    bool start() override {
+        if (!isRunning()) {
+            _state->running.append(_stream);
+            ++_state->started;
+        }
+        return true;
+    }
+    void stop() override {
+        if (isRunning()) {
+            _state->running.removeOne(_stream);
+            ++_state->stopped;
+        }
+    }
+    bool isRunning() const override { return _state->running.contains(_stream); }
+
+private:
+    std::shared_ptr<State> _state;
+    std::shared_ptr<State::Stream> _stream;
+};
+} // namespace
+
+FakeDirectoryEventStreamFactory::FakeDirectoryEventStreamFactory()
+    : _state(std::make_shared<State>()) {}
+
+FakeDirectoryEventStreamFactory::~FakeDirectoryEventStreamFactory() = default;
+
+std::unique_ptr<DWDirectoryEventStream>
+FakeDirectoryEventStreamFactory::createStream(const QSet<QString>& directories,
+                                              double latencySeconds, quint64 sinceEventId,
+                                              DWDirectoryEventStream::Callback callback) {
+    if (_state->failsToCreate)
+        return nullptr;
+    ++_state->created;
+    _state->lastLatency = latencySeconds;
+    _state->lastSinceEventId = sinceEventId;
+    return std::make_unique<FakeDirectoryEventStream>(_state, directories, std::move(callback));
+}
+
+void FakeDirectoryEventStreamFactory::setFailsToCreateStreams(bool fails) {
+    _state->failsToCreate = fails;
+}
+
+void FakeDirectoryEventStreamFactory::deliver(const QList<DWDirectoryEvent>& events) {
+    for (const DWDirectoryEvent& event : events)
+        _state->nextEventId = std::max(_state->nextEventId, event.eventId + 1);
+    const QList<std::shared_ptr<State::Stream>> receivers = _state->running;
+    for (const std::shared_ptr<State::Stream>& stream : receivers) {
+        if (!_state->running.contains(stream))
+            continue;
+        // A copy: the callback may destroy the stream that holds it.
+        const DWDirectoryEventStream::Callback callback = stream->callback;
+        if (callback)
+            callback(events);
+    }
+}
+
+void FakeDirectoryEventStreamFactory::deliver(const QString& path) {
+    deliver({DWDirectoryEvent{path, _state->nextEventId}});
+}
+
+int FakeDirectoryEventStreamFactory::runningStreamCount() const {
+    return int(_state->running.size());
+}
+
+QSet<QString> FakeDirectoryEventStreamFactory::runningDirectories() const {
+    QSet<QString> directories;
+    for (const auto& stream : _state->running)
+        directories.unite(stream->directories);
+    return directories;
+}
+
+int FakeDirectoryEventStreamFactory::streamsCreated() const {
+    return _state->created;
+}
+int FakeDirectoryEventStreamFactory::streamsStarted() const {
+    return _state->started;
+}
+int FakeDirectoryEventStreamFactory::streamsStopped() const {
+    return _state->stopped;
+}
+double FakeDirectoryEventStreamFactory::lastLatency() const {
+    return _state->lastLatency;
+}
+quint64 FakeDirectoryEventStreamFactory::lastSinceEventId() const {
+    return _state->lastSinceEventId;
+}
