@@ -1,15 +1,11 @@
 #include "controller/DWExampleFiles.h"
 
-#if __has_include("filesystem/LWFileSystem.h")
 #include "filesystem/LWFileSystem.h"
-#define DW_HAVE_LW_FILE_SYSTEM 1
-#endif
 
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QTemporaryFile>
 #include <cerrno>
 #include <cstdio>
@@ -86,12 +82,7 @@ QFileDialog* DWExampleFiles::openFolderChooser(QWidget* window,
     panel->setOption(QFileDialog::ShowDirsOnly, true);
     panel->setOption(QFileDialog::ReadOnly, false); // "New Folder" stays available
     panel->setLabelText(QFileDialog::Accept, QStringLiteral("Select"));
-#ifdef DW_HAVE_LW_FILE_SYSTEM
     const QUrl desktop = LWFileSystem::desktopURL();
-#else
-    const QString desktopPath = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    const QUrl desktop = QFileInfo(desktopPath).isDir() ? QUrl::fromLocalFile(desktopPath) : QUrl();
-#endif
     if (desktop.isLocalFile())
         panel->setDirectory(desktop.toLocalFile());
     QObject::connect(panel, &QFileDialog::finished, panel,

@@ -1,48 +1,10 @@
 #include "views/DWFancyView.h"
 
 #include "views/DWNamedImage.h"
+#include "views/DWShadow.h"
 
 #include <QPainter>
-#include <cmath>
-
-namespace {
-// One horizontal and one vertical running-sum pass over an 8-bit alpha image.
-void boxBlur(QImage& alpha, int radius) {
-    const int w = alpha.width();
-    const int h = alpha.height();
-    const int window = 2 * radius + 1;
-    std::vector<int> line(size_t(std::max(w, h)));
-    for (int y = 0; y < h; ++y) {
-        uchar* row = alpha.scanLine(y);
-        for (int x = 0; x < w; ++x)
-            line[size_t(x)] = row[x];
-        int sum = 0;
-        for (int x = -radius; x <= radius; ++x)
-            sum += (x >= 0 && x < w) ? line[size_t(x)] : 0;
-        for (int x = 0; x < w; ++x) {
-            row[x] = uchar(sum / window);
-            const int out = x - radius;
-            const int in = x + radius + 1;
-            sum -= (out >= 0) ? line[size_t(out)] : 0;
-            sum += (in < w) ? line[size_t(in)] : 0;
-        }
-    }
-    for (int x = 0; x < w; ++x) {
-        for (int y = 0; y < h; ++y)
-            line[size_t(y)] = alpha.scanLine(y)[x];
-        int sum = 0;
-        for (int y = -radius; y <= radius; ++y)
-            sum += (y >= 0 && y < h) ? line[size_t(y)] : 0;
-        for (int y = 0; y < h; ++y) {
-            alpha.scanLine(y)[x] = uchar(sum / window);
-            const int out = y - radius;
-            const int in = y + radius + 1;
-            sum -= (out >= 0) ? line[size_t(out)] : 0;
-            sum += (in < h) ? line[size_t(in)] : 0;
-        }
-    }
-}
-} // namespace
+#include <algorithm>
 
 DWFancyView::DWFancyView(QWidget* parent) : QWidget(parent) {}
 
@@ -58,14 +20,19 @@ const QImage& DWFancyView::glow() {
         painter.scale(ratio, ratio);
         painter.fillRect(QRectF(rect()).adjusted(kInset, kInset, -kInset, -kInset), Qt::black);
     }
-    // Three box passes approximate a Gaussian; a blur radius of r points is
-    // about a standard deviation of r / 2, and three passes of radius k have a
-    // variance of k (k + 1).
-    const qreal sigma = kGlowRadius * ratio / 2.0;
-    const int passRadius = std::max(1, int(std::lround(std::sqrt(sigma * sigma + 0.25) - 0.5)));
-    for (int pass = 0; pass < 3; ++pass)
-        boxBlur(alpha, passRadius);
-    _glow = alpha.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    DWShadow::Mask mask(size_t(pixels.width()) * size_t(pixels.height()));
+    for (int y = 0; y < pixels.height(); ++y)
+        std::copy_n(alpha.constScanLine(y), pixels.width(),
+                    mask.begin() + ptrdiff_t(y) * pixels.width());
+    // A blur radius of r points spreads about like a Gaussian of r / 2.
+    DWShadow::gaussianBlur(mask, pixels.width(), pixels.height(), kGlowRadius * ratio / 2.0);
+    _glow = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < pixels.height(); ++y) {
+        auto* row = reinterpret_cast<QRgb*>(_glow.scanLine(y));
+        const uchar* coverage = mask.data() + ptrdiff_t(y) * pixels.width();
+        for (int x = 0; x < pixels.width(); ++x)
+            row[x] = qRgba(0, 0, 0, coverage[x]);
+    }
     _glow.setDevicePixelRatio(ratio);
     return _glow;
 }
