@@ -90,16 +90,32 @@ expected_list="$(printf '%s\n' "$work" "$home")"
 wait_for "$latency_deadline" "the saved task lists to be $(echo "$expected_list" | tr '\n' '|') after deleting $shop" stored_matches
 kill -0 "$E2E_APP_PID" || e2e_fail "dotwise exited while its files were edited"
 
-# Switching off takes every badge off.
-if switch_off_by_clicking; then
-  for file in "$work" "$home"; do
-    wait_for 5 "no custom icon on $file after switching off" no_custom_icon "$file"
-    check_untouched "$file" "${left[$file]}"
-  done
-  leftovers="$(find "$E2E_ROOT/cache" -name '*.png' -path '*dotwise*' | head)"
-  [ -z "$leftovers" ] || e2e_fail "expected no badge pictures in the cache after switching off, saw: $leftovers"
-  e2e_log "switched off: no badges left"
-fi
+# Switching off takes every badge off, and with it launch at login.
+click_switch
+for file in "$work" "$home"; do
+  wait_for 5 "no custom icon on $file after clicking the switch off" no_custom_icon "$file"
+  check_untouched "$file" "${left[$file]}"
+done
+wait_for 5 "the autostart entry removed after switching off" autostart_entry_gone
+no_pictures_left() {
+  E2E_SEEN="$(find "$E2E_ROOT/cache" -path '*dotwise*' -name '*.png' | tr '\n' ' ')"
+  [ -z "$E2E_SEEN" ]
+}
+wait_for 5 "no badge pictures left in the cache after switching off" no_pictures_left
+e2e_log "switched off: no badges left"
+
+# While off, an edit changes nothing on the file's icon.
+printf 'one more thing\n' >>"$work"
+left[$work]="$(fingerprint "$work")"
+sleep "$latency_deadline"
+no_custom_icon "$work" || e2e_fail "expected no badge while switched off; saw: $E2E_SEEN"
+
+# Switching on again badges every file with its current count.
+click_switch
+for file in "$work" "$home"; do
+  count="$(open_tasks_of "$file")"
+  wait_for "$latency_deadline" "the badge for $count open tasks on $file after switching on" badge_shows "$file" "$count"
+done
 
 for file in "$work" "$home"; do check_untouched "$file" "${left[$file]}"; done
 e2e_log "passed"

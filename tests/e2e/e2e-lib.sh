@@ -222,3 +222,20 @@ app_is_quiet() {
   E2E_SEEN="still busy: $((after - before)) ticks in 3 s"
   [ "$before" = "$after" ]
 }
+
+# The big ON/OFF switch sits at the top left of the main window, inside the
+# window's 16 px margin: 112 x 40 px, so its centre is at (72, 36).
+E2E_SWITCH_X=72
+E2E_SWITCH_Y=36
+
+# Clicks the switch as a person would, with the pointer (no window manager
+# runs, so the window is where the app put it).
+click_switch() {
+  xdotool mousemove --sync --window "$E2E_APP_WINDOW" "$E2E_SWITCH_X" "$E2E_SWITCH_Y" \
+    click 1 || e2e_fail "could not click the switch at ($E2E_SWITCH_X,$E2E_SWITCH_Y) of window $E2E_APP_WINDOW"
+}
+
+autostart_entry_gone() {
+  E2E_SEEN="$(grep -l "^Exec=.*dotwise" "$XDG_CONFIG_HOME"/autostart/*.desktop 2>/dev/null | tr '\n' ' ')"
+  [ -z "$E2E_SEEN" ]
+}
