@@ -31,7 +31,7 @@ for folder in $(seq -w 1 10); do
   mkdir -p "$E2E_FILES/folder $folder"
   for n in $(seq -w 1 10); do
     file="$E2E_FILES/folder $folder/list $n.txt"
-    printf '(A) first task\nx 2026-01-01 finished task\nsecond task\n' >"$file"
+    printf -- '-[] first task\n-[x] finished task\n-[] second task\n' >"$file"
     files+=("$file")
   done
 done

@@ -21,10 +21,10 @@ home="$E2E_FILES/home.taskpaper"
 shop="$E2E_FILES/shopping.txt"
 gone="$E2E_FILES/gone.txt"
 
-printf '(A) call the bank\nx 2026-01-02 done already\nwrite the report +work\n' >"$work"
+printf -- '-[] call the bank\n-[x] done already\n-[] write the report\n' >"$work"
 printf 'Home:\n\t- fix the tap\n\t- paint the door @done\n\t- mow the lawn\n' >"$home"
-printf 'milk\nbread\n' >"$shop"
-printf 'never mind\n' >"$gone"
+printf -- '-[] milk\n-[] bread\n' >"$shop"
+printf -- '-[] never mind\n' >"$gone"
 # Dates an editor could have left, with nanoseconds, so that any rewrite shows.
 touch -d '2025-03-04 05:06:07.123456789' "$work"
 touch -d '2025-06-07 08:09:10.987654321' "$home"
@@ -60,9 +60,9 @@ edit_and_check() {
   local file="$1" how="$2" count started took
   started=$(date +%s%N)
   case "$how" in
-    append) printf 'book the flights\n' >>"$file" ;;
+    append) printf -- '-[] book the flights\n' >>"$file" ;;
     sed) sed -i 's/- mow the lawn/- mow the lawn @done/' "$file" ;;
-    rename) printf 'milk\nbread\neggs\ncoffee\n' >"$file.part" && mv "$file.part" "$file" ;;
+    rename) printf -- '-[] milk\n-[] bread\n-[] eggs\n-[x] coffee\n' >"$file.part" && mv "$file.part" "$file" ;;
   esac
   left[$file]="$(fingerprint "$file")"
   count="$(open_tasks_of "$file")"
@@ -76,9 +76,9 @@ edit_and_check "$home" sed
 edit_and_check "$shop" rename
 
 # Two saves within one latency window: the badge ends at the second.
-printf 'call the plumber\n' >>"$work"
+printf -- '-[] call the plumber\n' >>"$work"
 sleep 0.3
-printf 'pay the plumber\n' >>"$work"
+printf -- '-[] pay the plumber\n' >>"$work"
 left[$work]="$(fingerprint "$work")"
 count="$(open_tasks_of "$work")"
 wait_for "$latency_deadline" "the badge for $count open tasks on $work after two quick saves" badge_shows "$work" "$count"
@@ -105,7 +105,7 @@ wait_for 5 "no badge pictures left in the cache after switching off" no_pictures
 e2e_log "switched off: no badges left"
 
 # While off, an edit changes nothing on the file's icon.
-printf 'one more thing\n' >>"$work"
+printf -- '-[] one more thing\n' >>"$work"
 left[$work]="$(fingerprint "$work")"
 sleep "$latency_deadline"
 no_custom_icon "$work" || e2e_fail "expected no badge while switched off; saw: $E2E_SEEN"

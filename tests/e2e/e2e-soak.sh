@@ -24,10 +24,10 @@ for folder in $(seq -w 1 10); do
   for n in $(seq -w 1 10); do
     if [ $((10#$n % 3)) -eq 0 ]; then
       file="$E2E_FILES/folder $folder/list $n.taskpaper"
-      printf 'Project %s:\n\t- first task\n\t- second task @done\n' "$n" >"$file"
+      printf 'Project %s:\n- first task\n- second task @done\n' "$n" >"$file"
     else
       file="$E2E_FILES/folder $folder/list $n.txt"
-      printf '(A) first task\nx 2026-01-01 finished task\nsecond task\n' >"$file"
+      printf -- '-[] first task\n-[x] finished task\n-[] second task\n' >"$file"
     fi
     files+=("$file")
     state[$file]=watched
@@ -44,10 +44,12 @@ done
 e2e_log "100 files badged; starting $edits edits"
 
 task_line() {
+  # Open and done tasks of both styles: each counts in its own kind of file.
   case $((RANDOM % 4)) in
-    0) echo "x 2026-02-0$((RANDOM % 9 + 1)) done $RANDOM" ;;
-    1) echo "- task $RANDOM @done" ;;
-    *) echo "- task $RANDOM" ;;
+    0) echo "-[] task $RANDOM" ;;
+    1) echo "-[x] task $RANDOM" ;;
+    2) echo "- task $RANDOM" ;;
+    3) echo "- task $RANDOM @done" ;;
   esac
 }
 
