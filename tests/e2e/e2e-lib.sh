@@ -10,6 +10,9 @@ set -uo pipefail
 
 E2E_DOTWISE="$(readlink -f "$1")"
 E2E_FIXTURE="$(readlink -f "$2")"
+# The subcommands (count, badge) that give the expected results; the app's own
+# binary unless DW_E2E_CLI names another build of them.
+E2E_CLI="$(readlink -f "${DW_E2E_CLI:-$1}")"
 E2E_SCRIPT="$(readlink -f "$0")"
 shift 2
 E2E_ARGS=("$@")
@@ -35,7 +38,7 @@ e2e_session() {
     mkdir -p "$root"/{home,config,cache,data,state,runtime,files,ref}
     chmod 700 "$root/runtime"
     env -u DBUS_SESSION_BUS_ADDRESS -u DISPLAY -u WAYLAND_DISPLAY -u XDG_DATA_DIRS \
-      DW_E2E_ROOT="$root" HOME="$root/home" XDG_CONFIG_HOME="$root/config" \
+      DW_E2E_ROOT="$root" DW_E2E_CLI="$E2E_CLI" HOME="$root/home" XDG_CONFIG_HOME="$root/config" \
       XDG_CACHE_HOME="$root/cache" XDG_DATA_HOME="$root/data" XDG_STATE_HOME="$root/state" \
       XDG_RUNTIME_DIR="$root/runtime" XDG_CURRENT_DESKTOP=X-Generic \
       dbus-run-session -- "$E2E_SCRIPT" "$E2E_DOTWISE" "$E2E_FIXTURE" "${E2E_ARGS[@]}"
@@ -147,7 +150,7 @@ custom_icon_of() {
 }
 
 open_tasks_of() {
-  "$E2E_DOTWISE" count "$1" 2>/dev/null | cut -f1
+  "$E2E_CLI" count "$1" 2>/dev/null | cut -f1
 }
 
 # The reference badge for N open tasks on a file of this kind, drawn by the CLI.
@@ -157,7 +160,7 @@ reference_badge_for() {
   folder="$E2E_ROOT/ref/$key"
   if [ ! -d "$folder" ]; then
     mkdir -p "$folder.tmp"
-    "$E2E_DOTWISE" badge --count "$count" --file "$file" -o "$folder.tmp" >/dev/null ||
+    "$E2E_CLI" badge --count "$count" --file "$file" -o "$folder.tmp" >/dev/null ||
       e2e_fail "dotwise badge --count $count --file $file failed"
     mv "$folder.tmp" "$folder"
   fi
@@ -167,6 +170,10 @@ reference_badge_for() {
 # badge_shows FILE N: the file's custom icon is a PNG showing the badge for N.
 badge_shows() {
   local file="$1" count="$2" icon problem
+  if ! [[ "$count" =~ ^-?[0-9]+$ ]]; then
+    E2E_SEEN="no open-task count from '$E2E_CLI count $file' to compare with"
+    return 2
+  fi
   icon="$(custom_icon_of "$file")"
   if [ -z "$icon" ]; then
     E2E_SEEN="$file has no custom icon"
