@@ -50,6 +50,26 @@ inline const uchar* findSpecial(const uchar* p, const uchar* end) {
     return p;
 }
 
+// Bit i set when p[i] is special, for the 64 bytes at p.
+inline quint64 specialMask64(const uchar* p) {
+#ifdef __SSE2__
+    const __m128i nine = _mm_set1_epi8(9);
+    const __m128i fourteen = _mm_set1_epi8(14);
+    quint64 mask = 0;
+    for (int i = 0; i < 4; ++i) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * i));
+        const __m128i breaks = _mm_and_si128(_mm_cmpgt_epi8(v, nine), _mm_cmplt_epi8(v, fourteen));
+        mask |= quint64(unsigned(_mm_movemask_epi8(_mm_or_si128(breaks, v)))) << (16 * i);
+    }
+    return mask;
+#else
+    quint64 mask = 0;
+    for (int i = 0; i < 64; ++i)
+        mask |= quint64(specialTable.special[p[i]]) << i;
+    return mask;
+#endif
+}
+
 // Case-blind search for a token whose letters are already lower case.
 bool containsToken(const uchar* begin, const uchar* end, const std::string& token) {
     const size_t length = token.size();
@@ -111,6 +131,22 @@ DWByteTaskCounter::Program::compile(const DWTaskRuleArray& openRules,
         return std::nullopt;
     if (doneRules && !add(*doneRules, program.doneRules))
         return std::nullopt;
+
+    auto looksAtFirstByteOnly = [](const Rule& rule) {
+        return rule.kind == DWByteRule::Kind::Never || rule.kind == DWByteRule::Kind::NotEmpty ||
+               (rule.kind == DWByteRule::Kind::Prefix && rule.bytes.size() == 1);
+    };
+    program.decidedByFirstByte =
+        std::all_of(program.openRules.begin(), program.openRules.end(), looksAtFirstByteOnly) &&
+        std::all_of(program.doneRules.begin(), program.doneRules.end(), looksAtFirstByteOnly);
+    if (program.decidedByFirstByte) {
+        for (int byte = 0; byte < 256; ++byte) {
+            const uchar line[1] = {uchar(byte)};
+            program.openByFirstByte[byte] =
+                !isBlank(uchar(byte)) &&
+                DWByteTaskCounter(program, Mode::Latin1).lineIsOpen(line, line + 1);
+        }
+    }
     return program;
 }
 
@@ -227,7 +263,13 @@ bool DWByteTaskCounter::cutLineIsOpen() const {
 
 void DWByteTaskCounter::endLine(const uchar* begin, const uchar* end) {
     if (!_cut) {
-        _count += lineIsOpen(begin, end);
+        if (_program.decidedByFirstByte) {
+            while (begin < end && isBlank(*begin))
+                ++begin;
+            _count += begin < end && _program.openByFirstByte[*begin];
+        } else {
+            _count += lineIsOpen(begin, end);
+        }
         return;
     }
     absorb(begin, end);
@@ -238,53 +280,81 @@ void DWByteTaskCounter::endLine(const uchar* begin, const uchar* end) {
     std::fill(_hits.begin(), _hits.end(), 0);
 }
 
+// Deals with the special byte at `special`: ends a line or steps over a
+// character. Wait: a UTF-8 sequence is cut by the end of the data.
+DWByteTaskCounter::Step DWByteTaskCounter::step(const uchar*& lineStart, const uchar*& cursor,
+                                                const uchar* special, const uchar* end, bool last) {
+    const uchar byte = *special;
+    if (byte < 0x80) {
+        endLine(lineStart, special);
+        lineStart = cursor = special + 1;
+        return Step::Go;
+    }
+    if (_mode == Mode::Latin1) {
+        if (byte == 0x85) {
+            endLine(lineStart, special);
+            lineStart = special + 1;
+        }
+        cursor = special + 1;
+        return Step::Go;
+    }
+    const int length = DWTextDecoder::utf8SequenceLength(special, end);
+    if (length == DWTextDecoder::Incomplete && !last)
+        return Step::Wait;
+    if (length <= 0) {
+        if (_mode == Mode::Utf8)
+            return Step::Damaged;
+        cursor = special + 1; // one replaced character, part of the line
+        return Step::Go;
+    }
+    const bool nextLine = length == 2 && byte == 0xC2 && special[1] == 0x85;
+    const bool separator = length == 3 && byte == 0xE2 && special[1] == 0x80 &&
+                           (special[2] == 0xA8 || special[2] == 0xA9);
+    if (nextLine || separator) {
+        _sawLatin1Difference = true;
+        endLine(lineStart, special);
+        lineStart = special + length;
+    } else if (std::memchr(special + 1, 0x85, size_t(length - 1))) {
+        _sawLatin1Difference = true;
+    }
+    cursor = special + length;
+    return Step::Go;
+}
+
 DWByteTaskCounter::FeedResult DWByteTaskCounter::feed(const char* data, qsizetype size, bool last) {
     const auto* const begin = reinterpret_cast<const uchar*>(data);
     const uchar* const end = begin + size;
     const uchar* lineStart = begin;
     const uchar* cursor = begin;
+    auto stop = [&](const uchar* special, Step step) {
+        absorb(lineStart, special);
+        return FeedResult{special - begin, step == Step::Damaged};
+    };
+    // 64 bytes at a time: one mask of their special bytes, then a step per
+    // set bit. Most blocks hold one line break and nothing else.
+    const uchar* block = begin;
+    while (end - block >= 64) {
+        quint64 mask = specialMask64(block);
+        while (mask) {
+            const uchar* special = block + __builtin_ctzll(mask);
+            const Step result = step(lineStart, cursor, special, end, last);
+            if (result != Step::Go)
+                return stop(special, result);
+            const qsizetype done = cursor - block;
+            if (done >= 64)
+                break;
+            mask &= ~quint64(0) << done;
+        }
+        block = std::max(block + 64, cursor);
+    }
+    cursor = std::max(cursor, block);
     for (;;) {
-        const uchar* s = findSpecial(cursor, end);
-        if (s == end)
+        const uchar* special = findSpecial(cursor, end);
+        if (special == end)
             break;
-        const uchar byte = *s;
-        if (byte < 0x80) {
-            endLine(lineStart, s);
-            lineStart = cursor = s + 1;
-            continue;
-        }
-        if (_mode == Mode::Latin1) {
-            if (byte == 0x85) {
-                endLine(lineStart, s);
-                lineStart = s + 1;
-            }
-            cursor = s + 1;
-            continue;
-        }
-        const int length = DWTextDecoder::utf8SequenceLength(s, end);
-        if (length == DWTextDecoder::Incomplete && !last) {
-            absorb(lineStart, s);
-            return {s - begin, false};
-        }
-        if (length <= 0) {
-            if (_mode == Mode::Utf8) {
-                absorb(lineStart, s);
-                return {s - begin, true};
-            }
-            cursor = s + 1; // one replaced character, part of the line
-            continue;
-        }
-        const bool nextLine = length == 2 && byte == 0xC2 && s[1] == 0x85;
-        const bool separator =
-            length == 3 && byte == 0xE2 && s[1] == 0x80 && (s[2] == 0xA8 || s[2] == 0xA9);
-        if (nextLine || separator) {
-            _sawLatin1Difference = true;
-            endLine(lineStart, s);
-            lineStart = s + length;
-        } else if (std::memchr(s + 1, 0x85, size_t(length - 1))) {
-            _sawLatin1Difference = true;
-        }
-        cursor = s + length;
+        const Step result = step(lineStart, cursor, special, end, last);
+        if (result != Step::Go)
+            return stop(special, result);
     }
     if (last)
         endLine(lineStart, end); // the last line, even when empty

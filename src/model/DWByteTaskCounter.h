@@ -27,6 +27,10 @@ public:
         size_t headLength = 1;       // non-blank bytes a cut line keeps: longest prefix
         size_t tailLength = 0;       // bytes a cut line keeps for tokens: longest token - 1
         int containsRules = 0;
+        // When every rule looks at no more than the first non-blank byte (as
+        // todo.txt's do): whether a line beginning with that byte is open.
+        bool decidedByFirstByte = false;
+        bool openByFirstByte[256] = {};
 
         // nullopt when a rule needs decoded text.
         static std::optional<Program> compile(const DWTaskRuleArray& openRules,
@@ -59,6 +63,9 @@ public:
     Mode mode() const { return _mode; }
 
 private:
+    enum class Step { Go, Wait, Damaged };
+    Step step(const uchar*& lineStart, const uchar*& cursor, const uchar* special, const uchar* end,
+              bool last);
     bool lineIsOpen(const uchar* begin, const uchar* end) const;
     bool matches(const Rule& rule, const uchar* begin, const uchar* firstNonBlank,
                  const uchar* end) const;

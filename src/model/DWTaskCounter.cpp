@@ -35,7 +35,8 @@ public:
         : _bytes(bytes), _chunkSize(std::max<qsizetype>(1, chunkSize)) {}
     qint64 read(char* buffer, qint64 capacity) override {
         const qint64 n = std::min({capacity, qint64(_chunkSize), qint64(_bytes.size() - _offset)});
-        std::memcpy(buffer, _bytes.data() + _offset, size_t(n));
+        if (n > 0)
+            std::memcpy(buffer, _bytes.data() + _offset, size_t(n));
         _offset += n;
         return n;
     }

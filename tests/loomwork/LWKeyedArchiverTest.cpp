@@ -1,0 +1,99 @@
+#include "foundation/LWKeyedArchiver.h"
+
+#include "foundation/LWKeyedUnarchiver.h"
+
+#include <QCborMap>
+#include <QCborValue>
+#include <gtest/gtest.h>
+
+namespace {
+// A record with the value kinds that task lists do not use, holding records.
+struct Note : LWCoding {
+    qint64 number = 0;
+    bool flag = false;
+    double weight = 0;
+    QByteArray blob;
+    std::shared_ptr<Note> parent;
+
+    QString classNameForCoder() const override { return QStringLiteral("Note"); }
+    void encodeWithCoder(LWKeyedArchiver& coder) const override {
+        coder.encodeInteger(number, QStringLiteral("number"));
+        coder.encodeBool(flag, QStringLiteral("flag"));
+        coder.encodeDouble(weight, QStringLiteral("weight"));
+        coder.encodeBytes(blob, QStringLiteral("blob"));
+        coder.encodeObject(parent.get(), QStringLiteral("parent"));
+    }
+    static std::shared_ptr<LWCoding> decode(LWKeyedUnarchiver& coder) {
+        auto note = std::make_shared<Note>();
+        note->number = coder.decodeIntegerForKey(QStringLiteral("number"));
+        note->flag = coder.decodeBoolForKey(QStringLiteral("flag"));
+        note->weight = coder.decodeDoubleForKey(QStringLiteral("weight"));
+        note->blob = coder.decodeBytesForKey(QStringLiteral("blob"));
+        note->parent =
+            std::dynamic_pointer_cast<Note>(coder.decodeObjectForKey(QStringLiteral("parent")));
+        return note->number < 0 ? nullptr : note; // a decoder may refuse what makes no sense
+    }
+};
+
+class KeyedArchiveTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        LWKeyedUnarchiver::registerDecoder(QStringLiteral("Note"), Note::decode);
+    }
+};
+} // namespace
+
+TEST_F(KeyedArchiveTest, ValuesAndNestedObjectsRoundTrip) {
+    Note root;
+    root.number = qint64(1) << 40;
+    root.flag = true;
+    root.weight = 2.5;
+    root.blob = QByteArray("\0\xFF", 2);
+    root.parent = std::make_shared<Note>();
+    root.parent->number = 7;
+
+    const auto decoded = LWKeyedUnarchiver::unarchiveObjectWithData(
+        LWKeyedArchiver::archivedDataWithRootObject(&root));
+    ASSERT_TRUE(decoded);
+    const auto note = std::dynamic_pointer_cast<Note>(*decoded);
+    ASSERT_TRUE(note && note->parent);
+    EXPECT_EQ(note->number, root.number);
+    EXPECT_TRUE(note->flag);
+    EXPECT_EQ(note->weight, 2.5);
+    EXPECT_EQ(note->blob, root.blob);
+    EXPECT_EQ(note->parent->number, 7);
+    EXPECT_EQ(note->parent->parent, nullptr);
+
+    // A stored null root is a null object, not a failure.
+    const auto none = LWKeyedUnarchiver::unarchiveObjectWithData(
+        LWKeyedArchiver::archivedDataWithRootObject(nullptr));
+    ASSERT_TRUE(none);
+    EXPECT_EQ(*none, nullptr);
+}
+
+TEST_F(KeyedArchiveTest, AnyFaultInsideFailsTheWholeArchive) {
+    Note root;
+    root.parent = std::make_shared<Note>();
+    root.parent->number = -1; // refused by its decoder
+    const QByteArray refused = LWKeyedArchiver::archivedDataWithRootObject(&root);
+    QString error;
+    EXPECT_FALSE(LWKeyedUnarchiver::unarchiveObjectWithData(refused, &error));
+    EXPECT_EQ(error, QStringLiteral("the Note decoder refused its keys"));
+
+    // A value of the wrong type, one level down.
+    QCborMap top = QCborValue::fromCbor(refused).toMap();
+    QCborMap bad;
+    bad.insert(QStringLiteral("$class"), QStringLiteral("Note"));
+    bad.insert(QStringLiteral("flag"), QStringLiteral("yes"));
+    QCborMap outer;
+    outer.insert(QStringLiteral("$class"), QStringLiteral("Note"));
+    outer.insert(QStringLiteral("parent"), bad);
+    top.insert(QStringLiteral("$top"), outer);
+    EXPECT_FALSE(LWKeyedUnarchiver::unarchiveObjectWithData(top.toCborValue().toCbor(), &error));
+    EXPECT_EQ(error, QStringLiteral("the value for 'flag' has the wrong type"));
+
+    // Nesting deeper than CBOR allows is refused, not a stack overflow.
+    QByteArray deep(100000, '\x81'); // arrays of one element, nested
+    deep += '\x80';
+    EXPECT_FALSE(LWKeyedUnarchiver::unarchiveObjectWithData(deep));
+}

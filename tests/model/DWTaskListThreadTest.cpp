@@ -1,0 +1,46 @@
+#include "model/DWTaskList.h"
+#include "model/DWTaskRuleSet.h"
+#include "support/TestEnvironment.h"
+
+#include <QSet>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <thread>
+
+// The badge worker counts while the main thread shows the list: the reader
+// sees the count from before or the finished new count, never anything else,
+// and reading the path, label and rules meanwhile is safe.
+TEST(TaskListThreads, OpenTasksCanBeReadWhileACountRuns) {
+    QByteArray bytes;
+    int expected = 0;
+    for (int i = 0; i < 60000; ++i) {
+        const bool open = i % 4 != 0;
+        bytes += open ? "(A) call someone about " : "x paid the bill for ";
+        bytes += QByteArray::number(i) + '\n';
+        expected += open;
+    }
+    const QString path = dwtest::homePath() + QStringLiteral("/busy.txt");
+    dwtest::writeFile(path, bytes);
+    const auto list = std::make_shared<DWTaskList>(path, DWTaskRuleSet::todotxtRuleSet());
+
+    std::atomic<bool> done{false};
+    std::thread worker([&] {
+        for (int round = 0; round < 20; ++round) {
+            list->updateOpenTasks();
+            list->setRuleSet(DWTaskRuleSet::todotxtRuleSet());
+        }
+        done = true;
+    });
+    QSet<int> seen;
+    while (!done) {
+        seen.insert(list->openTasks());
+        EXPECT_EQ(list->label(), QStringLiteral("busy.txt"));
+        if (const auto rules = list->ruleSet()) {
+            EXPECT_EQ(rules->name(), DWTaskRuleSet::todotxtName);
+        }
+    }
+    worker.join();
+    seen.insert(list->openTasks());
+    seen.remove(-1);
+    EXPECT_EQ(seen, QSet<int>{expected});
+}
