@@ -13,6 +13,7 @@
 #include <map>
 #include <sched.h>
 #include <string>
+#include <unistd.h>
 
 namespace {
 constexpr int kCount = 27;
@@ -161,6 +162,14 @@ int main(int argc, char** argv) {
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
 
+    // Wall times mean little when other processes share the core; say so.
+    if (FILE* loadFile = std::fopen("/proc/loadavg", "r")) {
+        double load = 0;
+        if (std::fscanf(loadFile, "%lf", &load) == 1)
+            std::printf("\nLoad average during the run: %.1f on %d cores\n", load,
+                        int(sysconf(_SC_NPROCESSORS_ONLN)));
+        std::fclose(loadFile);
+    }
     std::printf("\nPer five-size icon (16, 32, 128, 256, 512 points), one core, fastest of the "
                 "repetitions; goal <= 2 ms wall time at 1x:\n");
     for (const char* density : {"1x", "2x"}) {

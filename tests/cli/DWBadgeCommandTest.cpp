@@ -11,207 +11,124 @@
 #include <gtest/gtest.h>
 
 namespace {
-struct Result {
-    int status;
-    QString out;
-    QString err;
-};
-
-Result badge(QStringList arguments) {
-    arguments.prepend(QStringLiteral("badge"));
-    QString out;
-    QString err;
-    QTextStream outStream(&out);
-    QTextStream errStream(&err);
-    const int status = DWBadgeCommand::execute(arguments, outStream, errStream);
-    outStream.flush();
+int badge(const QStringList& arguments, QString* err = nullptr) {
+    QString out, errors;
+    QTextStream outStream(&out), errStream(&errors);
+    const int status =
+        DWBadgeCommand::execute(QStringList{"badge"} + arguments, outStream, errStream);
     errStream.flush();
-    return {status, out, err};
+    if (err)
+        *err = errors;
+    return status;
 }
-
 QString scratch(const QString& name) {
+    QDir().mkpath(dwtest::homePath() + QStringLiteral("/cli"));
     return dwtest::homePath() + QStringLiteral("/cli/") + name;
 }
-
-QString writeSolidPng(const QString& name, int pixels) {
-    QDir().mkpath(scratch(QString()));
+QString greenPng(const QString& name, int pixels) {
     QImage image(pixels, pixels, QImage::Format_RGB32);
     image.fill(QColor(40, 170, 70));
-    const QString path = scratch(name);
-    EXPECT_TRUE(image.save(path, "PNG"));
-    return path;
-}
-
-bool isRed(const QColor& c) {
-    return c.alpha() == 255 && c.red() > 150 && c.green() < 80;
+    image.save(scratch(name), "PNG");
+    return scratch(name);
 }
 } // namespace
 
-TEST(BadgeCommand, RendersOneBadgeAtTheGivenSize) {
-    const QString out = scratch(QStringLiteral("one/badge.png"));
-    QDir().mkpath(QFileInfo(out).path());
-    const Result result =
-        badge({QStringLiteral("--count"), QStringLiteral("-1"), QStringLiteral("--size"),
-               QStringLiteral("102"), QStringLiteral("--shadow"), QStringLiteral("-o"), out});
-    ASSERT_EQ(result.status, 0) << result.err.toStdString();
-    const QImage image(out);
-    ASSERT_EQ(image.size(), QSize(102, 102));
-    EXPECT_TRUE(isRed(image.pixelColor(22, 63)));
-    EXPECT_LT(image.pixelColor(51, 0).alpha(), 128); // shadow room
+TEST(BadgeCommand, RendersABadgeAndComposesIconsNamedByPointWidth) {
+    ASSERT_EQ(badge({"--count", "-1", "--size", "102", "--shadow", "-o", scratch("one.png")}), 0);
+    const QImage one(scratch("one.png"));
+    ASSERT_EQ(one.size(), QSize(102, 102));
+    EXPECT_LT(one.pixelColor(51, 0).alpha(), 128); // shadow room
 
-    // Default size, no shadow: the disc reaches the edge.
-    ASSERT_EQ(badge({QStringLiteral("--count=3"), QStringLiteral("-o"), out}).status, 0);
-    const QImage plain(out);
-    EXPECT_EQ(plain.size(), QSize(128, 128));
-    EXPECT_GE(plain.pixelColor(64, 0).alpha(), 128);
-}
-
-TEST(BadgeCommand, ComposesOntoEachImageAndNamesFilesByPointWidth) {
-    const QStringList inputs = {writeSolidPng(QStringLiteral("a512.png"), 512),
-                                writeSolidPng(QStringLiteral("a32.png"), 32),
-                                writeSolidPng(QStringLiteral("b256@2x.png"), 512),
-                                writeSolidPng(QStringLiteral("c32.png"), 32)};
-    const QString dir = scratch(QStringLiteral("composed/new/folder"));
-    const Result result = badge(
-        QStringList{QStringLiteral("--count"), QStringLiteral("12"), QStringLiteral("--compose")} +
-        inputs + QStringList{QStringLiteral("-o"), dir});
-    ASSERT_EQ(result.status, 0) << result.err.toStdString();
-    QStringList files = QDir(dir).entryList(QDir::Files, QDir::Name);
-    EXPECT_EQ(files,
+    const QString dir = scratch("new/folder");
+    ASSERT_EQ(badge({"--count", "12", "--compose", greenPng("a.png", 512), greenPng("b.png", 32),
+                     greenPng("c@2x.png", 512), greenPng("d.png", 32), "-o", dir}),
+              0);
+    EXPECT_EQ(QDir(dir).entryList(QDir::Files, QDir::Name),
               (QStringList{"icon-256@2x.png", "icon-32-2.png", "icon-32.png", "icon-512.png"}));
-    EXPECT_EQ(result.out.split('\n', Qt::SkipEmptyParts).size(), 4);
-
-    const QImage big(dir + QStringLiteral("/icon-512.png"));
+    const QImage big(dir + "/icon-512.png");
     EXPECT_EQ(big.pixelColor(10, 10), QColor(40, 170, 70));
-    EXPECT_TRUE(isRed(big.pixelColor(350, 130)));
-    const QImage small(dir + QStringLiteral("/icon-32.png"));
-    EXPECT_EQ(small.pixelColor(0, 0).alpha(), 0); // badge alone, no icon
-    EXPECT_EQ(QImage(dir + QStringLiteral("/icon-256@2x.png")).size(), QSize(512, 512));
+    EXPECT_NE(big.pixelColor(350, 130), QColor(40, 170, 70));
+    EXPECT_EQ(QImage(dir + "/icon-32.png").pixelColor(0, 0).alpha(), 0); // badge alone
 }
 
 TEST(BadgeCommand, ComposesOntoAFilesOwnIconWithoutTouchingTheFile) {
-    const QString list = scratch(QStringLiteral("own/Groceries.txt"));
+    const QString list = scratch("own/Groceries.txt");
     dwtest::writeFile(list, "- [ ] milk\n- [ ] bread\n");
     const LWTimestamp date{1600000000, 123456789};
     ASSERT_TRUE(lw::setContentModificationDate(list, date));
-    const QString dir = scratch(QStringLiteral("own/icons"));
-
-    const Result result = badge({QStringLiteral("--count"), QStringLiteral("2"),
-                                 QStringLiteral("--file"), list, QStringLiteral("-o"), dir});
-    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    const QString dir = scratch("own/icons");
+    QString err;
+    ASSERT_EQ(badge({"--count", "2", "--file", list, "-o", dir}, &err), 0) << err.toStdString();
     const QStringList files = QDir(dir).entryList(QDir::Files, QDir::Name);
     for (const char* expected :
          {"icon-16.png", "icon-32.png", "icon-128.png", "icon-256.png", "icon-512.png"})
-        EXPECT_TRUE(files.contains(QString::fromLatin1(expected))) << expected;
-    for (const QString& file : files) {
-        // icon-<points>[@<scale>x].png holds points x scale pixels.
+        EXPECT_TRUE(files.contains(expected)) << expected;
+    for (const QString& file : files) { // icon-<points>[@<scale>x].png: points x scale pixels
         const QString stem = file.mid(5).chopped(4);
-        const int points = stem.section(QLatin1Char('@'), 0, 0).toInt();
-        const int scale =
-            stem.contains(QLatin1Char('@')) ? stem.section('@', 1).chopped(1).toInt() : 1;
-        EXPECT_EQ(QImage(QDir(dir).filePath(file)).width(), points * scale) << file.toStdString();
+        const int scale = stem.contains('@') ? stem.section('@', 1).chopped(1).toInt() : 1;
+        EXPECT_EQ(QImage(QDir(dir).filePath(file)).width(), stem.section('@', 0, 0).toInt() * scale)
+            << file.toStdString();
     }
-    EXPECT_TRUE(isRed(QImage(dir + QStringLiteral("/icon-512.png")).pixelColor(350, 130)));
+    const QColor badgeRed = QImage(dir + "/icon-512.png").pixelColor(350, 130);
+    EXPECT_TRUE(badgeRed.red() > 150 && badgeRed.green() < 80);
     EXPECT_EQ(dwtest::readFile(list), QByteArray("- [ ] milk\n- [ ] bread\n"));
     EXPECT_EQ(lw::contentModificationDate(list), date);
 
-    const QString elsewhere = scratch(QStringLiteral("own/none"));
-    const Result missing =
-        badge({QStringLiteral("--count"), QStringLiteral("2"), QStringLiteral("--file"),
-               scratch(QStringLiteral("own/gone.txt")), QStringLiteral("-o"), elsewhere});
-    EXPECT_EQ(missing.status, 1);
-    EXPECT_TRUE(missing.err.contains(QStringLiteral("gone.txt")));
-    EXPECT_FALSE(QFileInfo::exists(elsewhere));
-
+    const QString elsewhere = scratch("own/none");
+    EXPECT_EQ(badge({"--count", "2", "--file", scratch("own/gone.txt"), "-o", elsewhere}, &err), 1);
+    EXPECT_TRUE(err.contains("gone.txt"));
     for (const QStringList& arguments :
-         {QStringList{QStringLiteral("--count=1"), QStringLiteral("--file"), list,
-                      QStringLiteral("--compose"), list, QStringLiteral("-o"), elsewhere},
-          QStringList{QStringLiteral("--count=1"), QStringLiteral("--file"), list,
-                      QStringLiteral("--size"), QStringLiteral("64"), QStringLiteral("-o"),
-                      elsewhere},
-          QStringList{QStringLiteral("--count=1"), QStringLiteral("--file="), QStringLiteral("-o"),
-                      elsewhere},
-          QStringList{QStringLiteral("--count=1"), QStringLiteral("--file"), list}}) {
-        const Result misused = badge(arguments);
-        EXPECT_EQ(misused.status, 2) << arguments.join(' ').toStdString();
-        EXPECT_TRUE(misused.err.contains(QStringLiteral("Usage:")));
+         {QStringList{"--count=1", "--file", list, "--compose", list, "-o", elsewhere},
+          QStringList{"--count=1", "--file", list, "--size", "64", "-o", elsewhere},
+          QStringList{"--count=1", "--file=", "-o", elsewhere},
+          QStringList{"--count=1", "--file", list}}) {
+        EXPECT_EQ(badge(arguments, &err), 2) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(err.contains("Usage:"));
     }
     EXPECT_FALSE(QFileInfo::exists(elsewhere));
 }
 
 TEST(BadgeCommand, BadInputIsAClearErrorAndWritesNothing) {
-    const QString text = scratch(QStringLiteral("bad/not-an-image.png"));
+    const QString text = scratch("notes.png");
     dwtest::writeFile(text, "- [ ] a task, not pixels\n");
-    const QString good = writeSolidPng(QStringLiteral("good.png"), 128);
-    const QString dir = scratch(QStringLiteral("bad/out"));
-
-    const Result unreadable =
-        badge({QStringLiteral("--count"), QStringLiteral("1"), QStringLiteral("--compose"), good,
-               text, QStringLiteral("-o"), dir});
-    EXPECT_EQ(unreadable.status, 1);
-    EXPECT_TRUE(unreadable.err.contains(text)) << unreadable.err.toStdString();
-    EXPECT_FALSE(QFileInfo::exists(dir));
+    const QString good = greenPng("good.png", 128), dir = scratch("out");
+    QString err;
+    EXPECT_EQ(badge({"--count", "1", "--compose", good, text, "-o", dir}, &err), 1);
+    EXPECT_TRUE(err.contains(text)) << err.toStdString();
     EXPECT_EQ(dwtest::readFile(text), QByteArray("- [ ] a task, not pixels\n"));
-
     const QList<QStringList> usageErrors = {
-        {QStringLiteral("-o"), scratch(QStringLiteral("x.png"))},
-        {QStringLiteral("--count"), QStringLiteral("many"), QStringLiteral("-o"), dir},
-        {QStringLiteral("--count"), QStringLiteral("99999999999"), QStringLiteral("-o"), dir},
-        {QStringLiteral("--count"), QStringLiteral("1")},
-        {QStringLiteral("--count"), QStringLiteral("1"), QStringLiteral("--size"),
-         QStringLiteral("0"), QStringLiteral("-o"), dir},
-        {QStringLiteral("--count"), QStringLiteral("1"), QStringLiteral("--size"),
-         QStringLiteral("100000"), QStringLiteral("-o"), dir},
-        {QStringLiteral("--count"), QStringLiteral("1"), QStringLiteral("--compose"),
-         QStringLiteral("-o"), dir},
-        {QStringLiteral("--count"), QStringLiteral("1"), QStringLiteral("--shadow"),
-         QStringLiteral("--compose"), good, QStringLiteral("-o"), dir},
-        {QStringLiteral("--count"), QStringLiteral("1"), good, QStringLiteral("-o"), dir},
-        {QStringLiteral("--count"), QStringLiteral("1"), QStringLiteral("--bogus"),
-         QStringLiteral("-o"), dir},
-    };
+        {"-o", dir},
+        {"--count", "99999999999", "-o", dir},
+        {"--count", "1", "--size", "100000", "-o", dir},
+        {"--count", "1", "--shadow", "--compose", good, "-o", dir},
+        {"--count", "1", good, "-o", dir}};
     for (const QStringList& arguments : usageErrors) {
-        const Result result = badge(arguments);
-        EXPECT_EQ(result.status, 2) << arguments.join(' ').toStdString();
-        EXPECT_TRUE(result.err.startsWith(QStringLiteral("dotwise badge: ")));
-        EXPECT_TRUE(result.err.contains(QStringLiteral("Usage:")));
+        EXPECT_EQ(badge(arguments, &err), 2) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(err.startsWith("dotwise badge: ") && err.contains("Usage:"));
     }
     EXPECT_FALSE(QFileInfo::exists(dir));
-    EXPECT_FALSE(QFileInfo::exists(scratch(QStringLiteral("x.png"))));
-
-    // The output path is a folder that cannot be written as a file.
-    QDir().mkpath(dir);
-    EXPECT_EQ(
-        badge({QStringLiteral("--count"), QStringLiteral("1"), QStringLiteral("-o"), dir}).status,
-        1);
 }
 
 TEST(BadgeCommand, RunsWithoutADisplay) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-        environment.remove(QString::fromLatin1(name));
-    const QString out = scratch(QStringLiteral("process/badge.png"));
-    QDir().mkpath(QFileInfo(out).path());
+        environment.remove(name);
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(DOTWISE_EXECUTABLE),
-                  {QStringLiteral("badge"), QStringLiteral("--count"), QStringLiteral("7"),
-                   QStringLiteral("--size"), QStringLiteral("15"), QStringLiteral("-o"), out});
+    process.start(DOTWISE_EXECUTABLE,
+                  {"badge", "--count", "7", "--size", "15", "-o", scratch("process.png")});
     ASSERT_TRUE(process.waitForFinished(30000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-    EXPECT_EQ(QImage(out).size(), QSize(15, 15));
+    EXPECT_EQ(QImage(scratch("process.png")).size(), QSize(15, 15));
 
     // A file of no known type gets the document icon built into the program.
-    const QString blob = scratch(QStringLiteral("process/data.unknown-kind"));
+    const QString blob = scratch("process/data.unknown-kind");
     dwtest::writeFile(blob, QByteArray("\x00\x01\x02\x03", 4));
-    const QString dir = scratch(QStringLiteral("process/icons"));
-    process.start(QStringLiteral(DOTWISE_EXECUTABLE),
-                  {QStringLiteral("badge"), QStringLiteral("--count"), QStringLiteral("3"),
-                   QStringLiteral("--file"), blob, QStringLiteral("-o"), dir});
+    const QString dir = scratch("process/icons");
+    process.start(DOTWISE_EXECUTABLE, {"badge", "--count", "3", "--file", blob, "-o", dir});
     ASSERT_TRUE(process.waitForFinished(30000));
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-    const QImage icon(dir + QStringLiteral("/icon-128.png"));
+    const QImage icon(dir + "/icon-128.png");
     ASSERT_EQ(icon.size(), QSize(128, 128));
     EXPECT_GT(icon.pixelColor(64, 100).alpha(), 0); // the page, below the badge
 }
