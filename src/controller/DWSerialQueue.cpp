@@ -1,0 +1,70 @@
+#include "controller/DWSerialQueue.h"
+
+DWSerialQueue::DWSerialQueue(const QString& name) {
+    _thread = QThread::create([this] { run(); });
+    _thread->setObjectName(name);
+    _thread->start();
+}
+
+DWSerialQueue::~DWSerialQueue() {
+    std::deque<Operation> cancelled;
+    {
+        QMutexLocker locker(&_lock);
+        cancelled.swap(_operations);
+        _stopping = true;
+        _changed.wakeAll();
+    }
+    _thread->wait();
+    delete _thread;
+}
+
+void DWSerialQueue::addOperation(Operation operation) {
+    if (!operation)
+        return;
+    QMutexLocker locker(&_lock);
+    if (_stopping)
+        return;
+    _operations.push_back(std::move(operation));
+    _changed.wakeAll();
+}
+
+void DWSerialQueue::cancelAllOperations() {
+    std::deque<Operation> cancelled;
+    {
+        QMutexLocker locker(&_lock);
+        cancelled.swap(_operations);
+        _changed.wakeAll();
+    }
+    // The jobs' captures (shared task lists and the like) are released here,
+    // outside the lock, in case a destructor wants to queue something.
+}
+
+void DWSerialQueue::waitUntilAllOperationsAreFinished() {
+    QMutexLocker locker(&_lock);
+    while (!_operations.empty() || _running)
+        _changed.wait(&_lock);
+}
+
+qsizetype DWSerialQueue::operationCount() const {
+    QMutexLocker locker(&_lock);
+    return qsizetype(_operations.size()) + (_running ? 1 : 0);
+}
+
+void DWSerialQueue::run() {
+    QMutexLocker locker(&_lock);
+    for (;;) {
+        while (_operations.empty() && !_stopping)
+            _changed.wait(&_lock);
+        if (_stopping)
+            return;
+        Operation operation = std::move(_operations.front());
+        _operations.pop_front();
+        _running = true;
+        locker.unlock();
+        operation();
+        operation = nullptr; // release captures before reporting the job finished
+        locker.relock();
+        _running = false;
+        _changed.wakeAll();
+    }
+}

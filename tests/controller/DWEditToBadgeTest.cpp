@@ -1,0 +1,52 @@
+#include "ControllerTestSupport.h"
+#include "controller/DWTaskListTableModel.h"
+#include "platform/DWInotifyEventStreamFactory.h"
+
+#include <QFile>
+
+// One edit from the file system to the badge, with the real watcher on real
+// files: the saved file is counted again and badged with its date left as the
+// edit made it; a deleted file leaves the list.
+TEST_F(ControllerTest, AnEditOnDiskEndsAsANewBadgeAndADeletionAsARemoval) {
+    const QString list = makeFile(QStringLiteral("errands.md"), "- [ ] milk\n");
+    DotwiseAppDelegate& app = start(true, true, DWInotifyEventStreamFactory::create());
+    app.addFileToWatchList(list);
+    app.waitUntilBadgeUpdatesFinish();
+    ASSERT_EQ(app.taskLists().size(), 1);
+    const auto taskList = app.taskLists().first();
+    ASSERT_EQ(taskList->openTasks(), 1);
+    ASSERT_TRUE(workspace.hasCustomIcon(list));
+
+    // The user saves the file in place with two more tasks.
+    workspace.clearEvents();
+    {
+        QFile file(list);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("- [ ] milk\n- [ ] bread\n- [ ] stamps\n");
+    }
+    const auto edited = lw::contentModificationDate(list);
+    ASSERT_TRUE(edited.has_value());
+    // The stream's latency is two seconds.
+    ASSERT_TRUE(dwtest::waitUntil(
+        [&] { return workspace.eventsFor(QStringLiteral("errands.md")).size() == 4; }, 10000))
+        << workspace.events().join(QLatin1Char(',')).toStdString();
+    app.waitUntilBadgeUpdatesFinish();
+    EXPECT_EQ(workspace.eventsFor(QStringLiteral("errands.md")),
+              (QStringList{QStringLiteral("remove"), QStringLiteral("date"), QStringLiteral("set"),
+                           QStringLiteral("date")}));
+    EXPECT_EQ(taskList->openTasks(), 3);
+    EXPECT_EQ(app.taskListsModel()->objectValue(QStringLiteral("openTasks"), 0),
+              QStringLiteral("3"));
+    EXPECT_EQ(lw::contentModificationDate(list), edited);
+    EXPECT_EQ(dwtest::readFile(list), QByteArray("- [ ] milk\n- [ ] bread\n- [ ] stamps\n"));
+
+    // Our own icon and date writes made no event: nothing else is queued.
+    dwtest::processEventsFor(2500);
+    EXPECT_EQ(workspace.eventsFor(QStringLiteral("errands.md")).size(), 4);
+
+    ASSERT_TRUE(QFile::remove(list));
+    ASSERT_TRUE(dwtest::waitUntil([&] { return app.taskLists().isEmpty(); }, 10000));
+    EXPECT_TRUE(savedPaths().isEmpty());
+    EXPECT_TRUE(app.fileWatcher()->watchedFiles().isEmpty());
+    EXPECT_EQ(menuTitles().size(), 3);
+}
