@@ -108,6 +108,9 @@ class ControllerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         LWPreferences::standard().removeObject(QStringLiteral("TaskLists"));
+        // A returning user: the first-run offer has been made (tests of the
+        // offer itself remove this).
+        LWPreferences::standard().setBool(QStringLiteral("DidCreateExampleData"), true);
         LWLogger::sharedInstance()->setMessageBacklogSize(2000);
         LWLogger::sharedInstance()->setMessageBacklog({});
         const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
