@@ -158,7 +158,14 @@ QPushButton* LWAlert::_addButton(const QString& title, int returnCode) {
     return button;
 }
 
+QDialog* LWAlert::window() const {
+    // Made again when the window under an earlier sheet took it down.
+    const_cast<LWAlert*>(this)->_ensureDialog();
+    return _dialog;
+}
+
 QList<QPushButton*> LWAlert::buttons() const {
+    const_cast<LWAlert*>(this)->_ensureDialog();
     QList<QPushButton*> result;
     for (const Button& entry : _buttons)
         result.append(entry.button);

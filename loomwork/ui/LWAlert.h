@@ -68,7 +68,7 @@ public:
     // The alert's own window. It is still on screen while the end callback
     // runs, and is closed right after it, unless the callback closed it already
     // (orderOut) or started the alert again.
-    QDialog* window() const { return _dialog; }
+    QDialog* window() const;
     void orderOut();
 
     // Shows the alert as a free-standing modal dialog and returns the code of

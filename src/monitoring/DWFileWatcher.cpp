@@ -58,18 +58,18 @@ void DWFileWatcher::startWatchingFile(const QString& path) {
         return;
     const QString directory = parentDirectory(path);
     _stopFileEventStream();
-    if (!_watchedDirectories.contains(directory)) {
+    auto files = _filesByDirectory.find(directory);
+    if (files == _filesByDirectory.end()) {
         DW_WATCHER_LOG("-[DWFileWatcher startWatchingFile:]",
                        QStringLiteral("Started to watch directory: %1").arg(directory));
         _watchedDirectories.insert(directory);
+        files = _filesByDirectory.insert(directory, {});
     }
-    const auto registered = _modificationDatesByFile.find(path);
-    if (registered == _modificationDatesByFile.end()) {
-        _modificationDatesByFile.insert(path, distantPast);
-        _filesByDirectory[directory].append(path);
-    } else {
-        *registered = distantPast;
-    }
+    // Sets the date of a new file and resets that of a known one.
+    const qsizetype registeredBefore = _modificationDatesByFile.size();
+    _modificationDatesByFile.insert(path, distantPast);
+    if (_modificationDatesByFile.size() != registeredBefore)
+        files->append(path);
     _startFileEventStream();
     DW_WATCHER_LOG("-[DWFileWatcher startWatchingFile:]",
                    QStringLiteral("Started watching file: %1").arg(path));

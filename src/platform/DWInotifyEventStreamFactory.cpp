@@ -33,7 +33,8 @@ std::shared_ptr<DWInotifyEventStreamFactory> DWInotifyEventStreamFactory::create
     return std::shared_ptr<DWInotifyEventStreamFactory>(new DWInotifyEventStreamFactory());
 }
 
-DWInotifyEventStreamFactory::DWInotifyEventStreamFactory() = default;
+DWInotifyEventStreamFactory::DWInotifyEventStreamFactory()
+    : _threadId(QThread::currentThreadId()) {}
 
 DWInotifyEventStreamFactory::~DWInotifyEventStreamFactory() {
     delete _notifier;
@@ -47,7 +48,7 @@ DWInotifyEventStreamFactory::createStream(const QSet<QString>& directories, doub
                                           DWDirectoryEventStream::Callback callback) {
     if (_fd < 0) {
         // The socket notifier must be made on the thread that will read.
-        if (QThread::currentThread() != thread()) {
+        if (QThread::currentThreadId() != _threadId) {
             LW_LOG(1, "-[DWInotifyEventStreamFactory createStream]",
                    QStringLiteral("Directory event streams must be made on the thread of their "
                                   "factory"));
@@ -78,7 +79,7 @@ bool DWInotifyEventStreamFactory::_openInstance() {
 }
 
 bool DWInotifyEventStreamFactory::_startStream(DWInotifyEventStream* stream) {
-    if (QThread::currentThread() != thread() || _fd < 0) {
+    if (QThread::currentThreadId() != _threadId || _fd < 0) {
         LW_LOG(1, "-[DWInotifyEventStreamFactory startStream]",
                QStringLiteral("Directory event streams must be started on the thread of their "
                               "factory"));

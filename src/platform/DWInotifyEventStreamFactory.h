@@ -43,7 +43,7 @@ class DWInotifyEventStreamFactory final
       public std::enable_shared_from_this<DWInotifyEventStreamFactory> {
     Q_OBJECT
 public:
-    // Streams must be started on the thread this is called on.
+    // Streams must be made and started on the thread this is called on.
     static std::shared_ptr<DWInotifyEventStreamFactory> create();
     ~DWInotifyEventStreamFactory() override;
 
@@ -82,6 +82,8 @@ private:
     void _noteChange(const QString& directory);
     void _armTimers();
 
+    // The thread that made the factory; it reads, times and reports.
+    Qt::HANDLE _threadId;
     int _fd = -1;
     int _instancesOpened = 0;
     QSocketNotifier* _notifier = nullptr;

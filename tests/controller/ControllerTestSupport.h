@@ -101,6 +101,9 @@ class ControllerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         LWPreferences::standard().removeObject(u"TaskLists"_s);
+        // A returning user: the first-run offer has been made (tests of the
+        // offer itself remove this).
+        LWPreferences::standard().setBool(u"DidCreateExampleData"_s, true);
         LWLogger::sharedInstance()->setMessageBacklogSize(2000);
         LWLogger::sharedInstance()->setMessageBacklog({});
         const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();

@@ -1,9 +1,5 @@
-#include "ui/LWClipboardAdditions.h"
 #include "ui/LWColorAdditions.h"
 
-#include <QClipboard>
-#include <QGuiApplication>
-#include <QMimeData>
 #include <gtest/gtest.h>
 
 TEST(HexColors, ReadAsFarAsTheHexDigitsGo) {
@@ -35,17 +31,4 @@ TEST(HexColors, ReadAsFarAsTheHexDigitsGo) {
     const QColor rgb = lw::CGColor(hsv);
     EXPECT_EQ(rgb.spec(), QColor::Rgb);
     EXPECT_EQ(rgb.rgba(), hsv.rgba());
-}
-
-TEST(Clipboard, WritingReplacesEverythingWithPlainText) {
-    QClipboard* clipboard = QGuiApplication::clipboard();
-    auto* rich = new QMimeData();
-    rich->setHtml(QStringLiteral("<b>old</b>"));
-    rich->setText(QStringLiteral("old"));
-    clipboard->setMimeData(rich);
-
-    lw::writeToClipboard(QStringLiteral("new \u00E9 text"));
-    EXPECT_EQ(clipboard->text(), QStringLiteral("new \u00E9 text"));
-    ASSERT_NE(clipboard->mimeData(), nullptr);
-    EXPECT_FALSE(clipboard->mimeData()->hasHtml());
 }

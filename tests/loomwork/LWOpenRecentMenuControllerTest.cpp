@@ -128,15 +128,3 @@ TEST_F(OpenRecentMenuTest, ChoosingOpensTheFullPathAndClearingEmptiesTheList) {
     EXPECT_FALSE(LWPreferences::standard().contains(key));
     expectOnlyDisabledClearMenu(openMenu());
 }
-
-TEST_F(OpenRecentMenuTest, AMenuSetLaterIsFilledInstead) {
-    controller.noteNewRecentDocumentWithPath(document(QStringLiteral("a.txt")));
-    QMenu mine(QStringLiteral("Recent"));
-    QMenu* original = controller.openRecentMenu();
-    controller.setOpenRecentMenu(&mine);
-    emit original->aboutToShow();
-    EXPECT_TRUE(original->actions().isEmpty());
-    emit mine.aboutToShow();
-    EXPECT_EQ(mine.actions().size(), 3);
-    controller.setOpenRecentMenu(nullptr);
-}

@@ -3,18 +3,14 @@
 #include "ui/LWBackgroundImageView.h"
 #include "ui/LWFlippedToolbarSeparatorView.h"
 #include "ui/LWGeometry.h"
-#include "ui/LWLinkCursorButton.h"
 #include "ui/LWToolbarSeparatorView.h"
 #include "ui/LWViewAdditions.h"
 #include "ui/LWViewAnimationAdditions.h"
 #include "ui/LWWidgetAdditions.h"
 
-#include <QAction>
 #include <QGraphicsEffect>
 #include <QMouseEvent>
 #include <QStandardItemModel>
-#include <QTabWidget>
-#include <QToolBar>
 #include <QTreeView>
 #include <gtest/gtest.h>
 
@@ -34,7 +30,6 @@ TEST(Geometry, RoundingHalvesAwayFromZeroAndEvenSizes) {
     EXPECT_EQ(LWRectWithEvenSize(QRectF(1.5, 2.5, 3, 4)), QRectF(1.5, 2.5, 4, 4));
     EXPECT_EQ(LWRoundedRect(QRectF(-0.5, 0.5, 2.5, -2.5)), QRectF(-1, 1, 3, -3));
     EXPECT_EQ(LWRoundedPoint(QPointF(1.49, -1.5)), QPointF(1, -2));
-    EXPECT_EQ(LWRoundedSize(QSizeF(0.5, 9.51)), QSizeF(1, 10));
     EXPECT_EQ(LWRoundedProduct(0.5f, 5), 3);
     EXPECT_EQ(LWRoundedProduct(-0.5f, 5), -3);
 }
@@ -84,40 +79,16 @@ TEST(ViewAdditions, FadesShowHideAndLeaveTheViewOpaque) {
     EXPECT_EQ(animation->propertyName(), QByteArray("windowOpacity"));
 }
 
-TEST(ViewAdditions, EventPointsAndLinkCursor) {
+TEST(ViewAdditions, EventPointsAreInTheViewsCoordinates) {
     QWidget window;
     QWidget child(&window);
     child.move(30, 40);
     const QMouseEvent event(QEvent::MouseButtonPress, QPointF(1, 1), QPointF(35, 47),
                             QPointF(135, 147), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     EXPECT_EQ(lw::localPointForEvent(&child, event), QPointF(5, 7));
-
-    LWLinkCursorButton button(QStringLiteral("Visit"));
-    EXPECT_EQ(button.cursor().shape(), Qt::PointingHandCursor);
 }
 
-TEST(WidgetAdditions, TabsToolBarsAndTreeSelection) {
-    QTabWidget tabs;
-    auto* first = new QWidget();
-    first->setObjectName(QStringLiteral("general"));
-    auto* second = new QWidget();
-    second->setObjectName(QStringLiteral("advanced"));
-    tabs.addTab(first, QStringLiteral("General"));
-    tabs.addTab(second, QStringLiteral("Advanced"));
-    EXPECT_EQ(lw::tabViewItemWithIdentifier(&tabs, QStringLiteral("advanced")), second);
-    EXPECT_EQ(lw::tabViewItemWithIdentifier(&tabs, QStringLiteral("none")), nullptr);
-
-    QToolBar toolBar;
-    for (const char* name : {"x", "y", "x"}) {
-        toolBar.addAction(QString::fromLatin1(name))->setObjectName(QString::fromLatin1(name));
-    }
-    lw::removeItemWithIdentifier(&toolBar, QStringLiteral("x"));
-    lw::removeItemWithIdentifier(&toolBar, QStringLiteral("missing"));
-    QStringList left;
-    for (QAction* action : toolBar.actions())
-        left.append(action->objectName());
-    EXPECT_EQ(left, (QStringList{"y", "x"}));
-
+TEST(WidgetAdditions, TreeSelectionOnlyForShownRows) {
     QStandardItemModel model;
     auto* parentItem = new QStandardItem(QStringLiteral("parent"));
     auto* childItem = new QStandardItem(QStringLiteral("child"));
