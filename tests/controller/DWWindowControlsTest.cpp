@@ -50,8 +50,10 @@ protected:
             *offered = enter.isAccepted() && enter.dropAction() == Qt::CopyAction;
         if (!enter.isAccepted())
             return false;
+        EXPECT_TRUE(table()->property("dropTarget").toBool()); // highlighted while it hovers
         QDropEvent drop(where, sourceOperations, data, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(target, &drop);
+        EXPECT_FALSE(table()->property("dropTarget").toBool());
         return drop.isAccepted();
     }
 
@@ -81,9 +83,15 @@ TEST_F(WindowControlsTest, DropAddsTheTextFilesInOrderAndSkipsTheRest) {
     EXPECT_EQ(logged(QStringLiteral("Dropped plain text file: %1").arg(notes), dropping), 1);
     EXPECT_EQ(logged(QStringLiteral("Dropped plain text file: %1").arg(image), dropping), 0);
 
-    // Nothing that is text: refused, nothing added.
+    // Nothing that is text: refused, nothing added. Drags that carry no
+    // files (text, web links) are not even offered.
     const auto noText = fileDrag({image, folderNamedLikeText});
     EXPECT_FALSE(dragAndDrop(noText.get(), Qt::CopyAction));
+    QMimeData words;
+    words.setText(QStringLiteral("- [ ] not a file"));
+    words.setUrls({QUrl(QStringLiteral("https://example.org/list.md"))});
+    EXPECT_FALSE(dragAndDrop(&words, Qt::CopyAction, &offered));
+    EXPECT_FALSE(offered);
     EXPECT_EQ(listedPaths(), (QStringList{notes, work}));
 }
 
@@ -186,9 +194,9 @@ TEST_F(WindowControlsTest, KnobIsPlacedAtOnceAtStartAndSlidesOnAClick) {
     EXPECT_FALSE(app.launchAtLoginController()->launchAtLogin());
     EXPECT_EQ(knobX(), 0);
     EXPECT_TRUE(dwtest::waitUntil([&] { return knobX() == knobRightX(); }, 2000));
-}
 
-TEST_F(WindowControlsTest, KnobStartsOnTheLeftWhenDotwiseStartsAtLogin) {
+    // Started with the login item set: on the left at once, login item untouched.
+    delegate.reset();
     start(true);
     EXPECT_EQ(knobX(), 0);
     EXPECT_EQ(loginItem->writeCount(), 0);

@@ -37,15 +37,6 @@ TEST(FancyView, PanelIsInsetFivePointsAndRingedByAFadingGlow) {
     EXPECT_LT(lightness(canvas.pixel(75, 30)), lightness(canvas.pixel(77, 30)));
 }
 
-TEST(FancyView, TinyViewDrawsNothingAndDoesNotCrash) {
-    DWFancyView view;
-    view.resize(8, 8); // smaller than the two insets
-    QImage canvas(view.size(), QImage::Format_ARGB32_Premultiplied);
-    canvas.fill(Qt::white);
-    view.render(&canvas, QPoint(), QRegion(), QWidget::RenderFlags());
-    EXPECT_EQ(canvas.pixel(4, 4), qRgb(255, 255, 255));
-}
-
 TEST(NamedImage, EveryImageTheViewsAndMenusNameIsEmbedded) {
     for (const char* name : {"OnOffButton", "OnOffKnob", "StatusIconTemplate", "noise"}) {
         const QImage image = DWNamedImage::imageNamed(QString::fromLatin1(name));

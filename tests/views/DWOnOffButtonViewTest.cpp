@@ -30,7 +30,7 @@ bool isImagePixel(QRgb pixel) {
 }
 } // namespace
 
-TEST(OnOffButtonView, DrawsThePictureCentredAndRoundedAtItsNaturalSize) {
+TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClipped) {
     DWOnOffButtonView view;
     view.resize(200, 100);
     view.setImage(coordinateImage(120, 61));
@@ -42,16 +42,13 @@ TEST(OnOffButtonView, DrawsThePictureCentredAndRoundedAtItsNaturalSize) {
     EXPECT_FALSE(isImagePixel(canvas.pixel(40, 19)));
     EXPECT_FALSE(isImagePixel(canvas.pixel(160, 80)));
     EXPECT_FALSE(isImagePixel(canvas.pixel(159, 81)));
-}
 
-TEST(OnOffButtonView, LargerPictureIsCentredAtNegativeCoordinatesAndClipped) {
-    DWOnOffButtonView view;
+    // A picture larger than the view: centred at (-20, -10) and clipped.
     view.resize(100, 50);
     view.setImage(coordinateImage(140, 70));
-    const QImage canvas = render(view);
-    // Drawn at (-20, -10): the view's corners show the picture's inner pixels.
-    EXPECT_EQ(canvas.pixel(0, 0), qRgb(20, 10, 255));
-    EXPECT_EQ(canvas.pixel(99, 49), qRgb(119, 59, 255));
+    const QImage clipped = render(view);
+    EXPECT_EQ(clipped.pixel(0, 0), qRgb(20, 10, 255));
+    EXPECT_EQ(clipped.pixel(99, 49), qRgb(119, 59, 255));
 }
 
 TEST(OnOffButtonView, FallsBackToTheNamedPictureWhenNoneIsSet) {
@@ -114,18 +111,8 @@ TEST_F(OnOffButtonViewClicks, ReleaseOutsideTheBoundsDoesNothing) {
     clickOnView({30, 40}, {-1, 40});
     clickOnView({30, 40}, {500, 500});
     EXPECT_EQ(firstClicks.count(), 0);
-    clickOnView({30, 40}, {199, 79});
-    EXPECT_EQ(firstClicks.count(), 1);
-}
-
-TEST_F(OnOffButtonViewClicks, OtherMouseButtonsAndViewsWithoutButtonsAreIgnored) {
-    QSignalSpy firstClicks(first, &QAbstractButton::clicked);
     QTest::mouseClick(&view, Qt::RightButton, {}, {30, 40});
     EXPECT_EQ(firstClicks.count(), 0);
-
-    DWOnOffButtonView empty;
-    empty.resize(50, 50);
-    new QLabel(&empty);
-    QTest::mouseClick(&empty, Qt::LeftButton, {}, {10, 10}); // nothing to click, no crash
-    EXPECT_EQ(firstClicks.count(), 0);
+    clickOnView({30, 40}, {199, 79});
+    EXPECT_EQ(firstClicks.count(), 1);
 }
