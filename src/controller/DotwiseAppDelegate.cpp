@@ -19,6 +19,7 @@
 #include "ui_DWStyleExamplesView.h"
 #include "views/ABViewSelectingController.h"
 #include "views/DWBadgeImage.h"
+#include "views/DWNamedImage.h"
 
 #include <QAction>
 #include <QApplication>
@@ -682,23 +683,27 @@ void DotwiseAppDelegate::_updateStatusMenu() {
 }
 
 QIcon DotwiseAppDelegate::_statusIconTemplate() {
-    const QString artwork = QStringLiteral(":/images/StatusIconTemplate.svg");
     QIcon icon;
-    if (QFile::exists(artwork)) {
-        icon = QIcon(artwork);
-    } else {
+    for (const qreal ratio : {1.0, 2.0}) {
+        const QImage artwork =
+            DWNamedImage::imageNamed(QStringLiteral("StatusIconTemplate"), ratio);
+        if (!artwork.isNull())
+            icon.addPixmap(QPixmap::fromImage(DWNamedImage::panelImage(artwork)));
+    }
+    if (icon.isNull()) {
         // Without the artwork, a plain dot keeps the item usable.
         QPixmap dot(22, 22);
         dot.fill(Qt::transparent);
         QPainter painter(&dot);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(Qt::black);
+        painter.setPen(QPen(Qt::black, 1.5));
+        painter.setBrush(QColor(242, 242, 242));
         painter.drawEllipse(QRectF(4, 4, 14, 14));
         painter.end();
         icon = QIcon(dot);
     }
-    // A template: the panel may tint it to match its own colours.
+    // Marked as a template for panels that do tint (the drawing keeps its
+    // own light-on-dark look where they don't).
     icon.setIsMask(true);
     return icon;
 }

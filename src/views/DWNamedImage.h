@@ -12,4 +12,10 @@ public:
     // The image's device pixel ratio is set, so its size in points is
     // deviceIndependentSize().
     static QImage imageNamed(const QString& name, qreal devicePixelRatio = 1.0);
+
+    // A template image (black drawing on transparent) made readable on a
+    // panel of any colour: the drawing in a light tone inside a soft dark
+    // outline. Trays on Linux don't tint templates, and the panel may be light
+    // or dark whatever the application's own theme.
+    static QImage panelImage(const QImage& templateImage);
 };

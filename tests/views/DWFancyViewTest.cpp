@@ -57,3 +57,23 @@ TEST(NamedImage, UnknownNameGivesNullImageAndAWarning) {
     ASSERT_FALSE(backlog.isEmpty());
     EXPECT_TRUE(backlog.first().contains(QStringLiteral("No image named: NoSuchPicture")));
 }
+
+TEST(NamedImage, PanelImageIsALightDrawingInADarkRim) {
+    QImage stroke(22, 22, QImage::Format_ARGB32_Premultiplied);
+    stroke.fill(Qt::transparent);
+    for (int y = 6; y < 16; ++y)
+        for (int x = 10; x < 12; ++x)
+            stroke.setPixel(x, y, qRgba(0, 0, 0, 255));
+    const QImage panel = DWNamedImage::panelImage(stroke);
+    ASSERT_EQ(panel.size(), stroke.size());
+    // The drawing itself: light and opaque.
+    EXPECT_EQ(qAlpha(panel.pixel(10, 10)), 255);
+    EXPECT_GT(qGray(panel.pixel(10, 10)), 220);
+    // Right beside it: a dark, partly covering rim, so the stroke reads on a
+    // light panel too.
+    EXPECT_GT(qAlpha(panel.pixel(9, 10)), 60);
+    EXPECT_LT(qGray(panel.pixel(9, 10)), 40);
+    // Away from it: nothing.
+    EXPECT_EQ(qAlpha(panel.pixel(2, 2)), 0);
+    EXPECT_TRUE(DWNamedImage::panelImage(QImage()).isNull());
+}
