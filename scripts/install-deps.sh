@@ -9,7 +9,7 @@ packages=(
   qt6-qpa-plugins libgl-dev libglib2.0-dev libglib2.0-bin
   libgtest-dev libgmock-dev libbenchmark-dev
   shared-mime-info hicolor-icon-theme adwaita-icon-theme fonts-dejavu-core
-  dbus dbus-x11 gvfs gvfs-daemons xvfb xauth xdotool imagemagick x11-utils
+  dbus dbus-x11 gvfs gvfs-daemons xvfb xauth xdotool imagemagick x11-utils ed vim
   file dpkg-dev time
 )
 

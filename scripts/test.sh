@@ -1,10 +1,59 @@
 #!/usr/bin/env bash
-# Builds Dotwise with warnings as errors and runs the whole test suite.
-# Usage: scripts/test.sh [preset]   (default: dev; asan and tsan also work)
+# Builds Dotwise with warnings as errors and runs its tests.
+#
+# Usage: scripts/test.sh            the quick suite (dev preset): what CI runs
+#        scripts/test.sh PRESET...  the given presets in order: dev, ci, e2e
+#                                   (real desktop stack), asan (whole suite under
+#                                   ASan+UBSan), tsan (threaded tests under TSan)
+#
+# Each step prints how long it took, so CI's time budget stays visible.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-preset="${1:-dev}"
 scripts/install-deps.sh
-cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset"
-ctest --preset "$preset" -j2
+
+jobs="${DOTWISE_JOBS:-2}"
+
+elapsed() { echo "== $1 took $(($(date +%s) - $2)) s"; }
+
+run_preset() {
+  local preset="$1" started
+  started=$(date +%s)
+  echo "== $preset"
+  case "$preset" in
+    e2e)
+      # The end-to-end tests use the dev build: the app, the CLI and their fixture.
+      cmake --preset dev >/dev/null
+      cmake --build --preset dev -j"$jobs" --target dotwise dw_e2e_fixture
+      # One at a time: each test starts its own X server, bus and app.
+      ctest --preset e2e -j1
+      ;;
+    tsan)
+      # ThreadSanitizer runs only the tests labelled "threaded", so only those
+      # binaries (and what they link) are built.
+      cmake --preset tsan >/dev/null
+      local targets
+      targets=$(ctest --preset tsan -N | sed -n 's/^ *Test *#[0-9]*: *//p')
+      if [ -z "$targets" ]; then
+        echo "no threaded tests found" >&2
+        exit 1
+      fi
+      # shellcheck disable=SC2086
+      cmake --build --preset tsan -j"$jobs" --target $targets
+      ctest --preset tsan -j"$jobs"
+      ;;
+    *)
+      cmake --preset "$preset" >/dev/null
+      cmake --build --preset "$preset" -j"$jobs"
+      ctest --preset "$preset" -j"$jobs"
+      ;;
+  esac
+  elapsed "$preset" "$started"
+}
+
+presets=("$@")
+[ ${#presets[@]} -gt 0 ] || presets=(dev)
+total=$(date +%s)
+for preset in "${presets[@]}"; do
+  run_preset "$preset"
+done
+elapsed "all of ${presets[*]}" "$total"

@@ -8,12 +8,27 @@
 #include "platform/LaunchAtLoginController.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QTimer>
 #include <cstdio>
 
 int main(int argc, char* argv[]) {
     if (DWCommandLine::handles(argc, argv))
         return DWCommandLine::run(argc, argv);
+
+    // Without a display Qt would abort with a message about platform plugins;
+    // say what is missing instead, and how to try Dotwise anyway.
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        std::fprintf(stderr,
+                     "dotwise: there is no display to show the window on (neither DISPLAY nor "
+                     "WAYLAND_DISPLAY is set).\n"
+                     "To try Dotwise without a desktop session, run it under a virtual X server:\n"
+                     "  xvfb-run -s '-screen 0 1280x800x24' %s\n"
+                     "The subcommands work without a display: %s --help\n",
+                     argv[0], argv[0]);
+        return 1;
+    }
 
     QApplication app(argc, argv);
     const LWBundle& bundle = LWBundle::mainBundle();
@@ -23,6 +38,9 @@ int main(int argc, char* argv[]) {
     QApplication::setOrganizationName(
         bundle.objectForInfoDictionaryKey(QStringLiteral("LWOrganizationName")).toString());
     QApplication::setDesktopFileName(bundle.bundleIdentifier());
+    QApplication::setWindowIcon(
+        QIcon::fromTheme(bundle.bundleIdentifier(),
+                         QIcon(QStringLiteral(":/icons/%1.svg").arg(bundle.bundleIdentifier()))));
     // The controller decides what closing the window means.
     QApplication::setQuitOnLastWindowClosed(false);
 

@@ -9,10 +9,10 @@ DWSerialQueue::DWSerialQueue(const QString& name) {
 DWSerialQueue::~DWSerialQueue() {
     std::deque<Operation> cancelled;
     {
-        QMutexLocker locker(&_lock);
+        std::unique_lock locker(_lock);
         cancelled.swap(_operations);
         _stopping = true;
-        _changed.wakeAll();
+        _changed.notify_all();
     }
     _thread->wait();
     delete _thread;
@@ -21,40 +21,40 @@ DWSerialQueue::~DWSerialQueue() {
 void DWSerialQueue::addOperation(Operation operation) {
     if (!operation)
         return;
-    QMutexLocker locker(&_lock);
+    std::unique_lock locker(_lock);
     if (_stopping)
         return;
     _operations.push_back(std::move(operation));
-    _changed.wakeAll();
+    _changed.notify_all();
 }
 
 void DWSerialQueue::cancelAllOperations() {
     std::deque<Operation> cancelled;
     {
-        QMutexLocker locker(&_lock);
+        std::unique_lock locker(_lock);
         cancelled.swap(_operations);
-        _changed.wakeAll();
+        _changed.notify_all();
     }
     // The jobs' captures (shared task lists and the like) are released here,
     // outside the lock, in case a destructor wants to queue something.
 }
 
 void DWSerialQueue::waitUntilAllOperationsAreFinished() {
-    QMutexLocker locker(&_lock);
+    std::unique_lock locker(_lock);
     while (!_operations.empty() || _running)
-        _changed.wait(&_lock);
+        _changed.wait(locker);
 }
 
 qsizetype DWSerialQueue::operationCount() const {
-    QMutexLocker locker(&_lock);
+    std::unique_lock locker(_lock);
     return qsizetype(_operations.size()) + (_running ? 1 : 0);
 }
 
 void DWSerialQueue::run() {
-    QMutexLocker locker(&_lock);
+    std::unique_lock locker(_lock);
     for (;;) {
         while (_operations.empty() && !_stopping)
-            _changed.wait(&_lock);
+            _changed.wait(locker);
         if (_stopping)
             return;
         Operation operation = std::move(_operations.front());
@@ -63,8 +63,8 @@ void DWSerialQueue::run() {
         locker.unlock();
         operation();
         operation = nullptr; // release captures before reporting the job finished
-        locker.relock();
+        locker.lock();
         _running = false;
-        _changed.wakeAll();
+        _changed.notify_all();
     }
 }

@@ -33,8 +33,10 @@ public:
 private:
     void run();
 
-    mutable QMutex _lock;
-    QWaitCondition _changed;
+    // Standard locks rather than Qt's: a wait inside Qt's library would hide
+    // the lock's hand-over from ThreadSanitizer.
+    mutable std::mutex _lock;
+    std::condition_variable _changed;
     std::deque<Operation> _operations;
     bool _running = false;
     bool _stopping = false;

@@ -1,7 +1,9 @@
 #include "controller/DotwiseAppDelegate.h"
 
+#include "controller/DWExampleFiles.h"
 #include "controller/DWSerialQueue.h"
 #include "controller/DWSoftwareUpdater.h"
+#include "controller/DWTableDropTarget.h"
 #include "controller/DWTaskListTableModel.h"
 #include "foundation/LWBundle.h"
 #include "foundation/LWPreferences.h"
@@ -11,11 +13,13 @@
 #include "monitoring/DWFileWatcher.h"
 #include "platform/LaunchAtLoginController.h"
 #include "ui/LWAlert.h"
+#include "ui/LWAlertAdditions.h"
 #include "ui/LWWorkspace.h"
 #include "ui_DWMainWindow.h"
 #include "ui_DWStyleExamplesView.h"
 #include "views/ABViewSelectingController.h"
 #include "views/DWBadgeImage.h"
+#include "views/DWNamedImage.h"
 
 #include <QAction>
 #include <QApplication>
@@ -24,8 +28,10 @@
 #include <QFileInfo>
 #include <QFontDatabase>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMainWindow>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
 #include <QPropertyAnimation>
@@ -38,6 +44,7 @@ const QString noteWhenOn = QStringLiteral(
     "Note: To add files, drag & drop them on the table above. Double-click to open a task list.");
 const QString noteWhenOff =
     QStringLiteral("Note: Click the big ON/OFF switch to activate Dotwise.");
+const QString didCreateExampleDataKey = QStringLiteral("DidCreateExampleData");
 // Menu badges are the same picture for the same count; beyond this many
 // distinct counts the cache starts afresh.
 constexpr int menuBadgeCacheLimit = 256;
@@ -99,6 +106,11 @@ void DotwiseAppDelegate::_loadInterface() {
     _ui->setupUi(_mainWindow.get());
     _mainWindow->installEventFilter(this);
 
+    // The note comes and goes with the switch; the header keeps its height.
+    QSizePolicy notePolicy = _ui->launchAtLoginNote->sizePolicy();
+    notePolicy.setRetainSizeWhenHidden(true);
+    _ui->launchAtLoginNote->setSizePolicy(notePolicy);
+
     _taskListsModel = new DWTaskListTableModel(*this, this);
     QTableView* table = _ui->taskListsTableView;
     table->setModel(_taskListsModel);
@@ -142,6 +154,21 @@ void DotwiseAppDelegate::awakeFromNib() {
 void DotwiseAppDelegate::applicationDidFinishLaunching() {
     _restoreTaskLists();
 
+    // Files dragged onto the table; drags of anything else are not offered.
+    QTableView* table = _ui->taskListsTableView;
+    new DWTableDropTarget(
+        table,
+        [this](const QMimeData* data, Qt::DropActions operations) {
+            return validateDrop(data, operations);
+        },
+        [this](const QMimeData* data, Qt::DropActions operations) {
+            return acceptDrop(data, operations);
+        });
+    // Keys the table leaves alone (Delete, Backspace, Return) come here, from
+    // the table and from anything else in the window; double-clicks too.
+    table->installEventFilter(this);
+    table->viewport()->installEventFilter(this);
+
     // The window floats above others, centred on its screen, in front.
     _mainWindow->setWindowFlag(Qt::WindowStaysOnTopHint, true);
     if (QScreen* screen = _mainWindow->screen()) {
@@ -156,6 +183,7 @@ void DotwiseAppDelegate::applicationDidFinishLaunching() {
     // Timed like the refreshes after badge updates, so that the updates queued
     // above do not rebuild a long menu again at once.
     _refreshAfterBadgeUpdates();
+    setUpExampleTasksIfNeeded();
 }
 
 void DotwiseAppDelegate::_restoreTaskLists() {
@@ -235,6 +263,20 @@ void DotwiseAppDelegate::setLaunchAtLoginController(
 }
 
 bool DotwiseAppDelegate::eventFilter(QObject* watched, QEvent* event) {
+    QTableView* table = _ui ? _ui->taskListsTableView : nullptr;
+    if (event->type() == QEvent::KeyPress &&
+        (watched == _mainWindow.get() || (table && watched == table))) {
+        if (_handleKeyPress(static_cast<QKeyEvent*>(event)))
+            return true;
+    }
+    if (table && watched == table->viewport() && event->type() == QEvent::MouseButtonDblClick) {
+        const auto* click = static_cast<QMouseEvent*>(event);
+        if (click->button() == Qt::LeftButton) {
+            _clickedRow = table->rowAt(int(click->position().y()));
+            taskDoubleClickAction(table);
+        }
+        return false; // the table still selects the row
+    }
     if (watched == _mainWindow.get() && event->type() == QEvent::Close) {
         // Decided after the close went through, as the platform asks once the
         // last window is gone.
@@ -641,23 +683,27 @@ void DotwiseAppDelegate::_updateStatusMenu() {
 }
 
 QIcon DotwiseAppDelegate::_statusIconTemplate() {
-    const QString artwork = QStringLiteral(":/images/StatusIconTemplate.svg");
     QIcon icon;
-    if (QFile::exists(artwork)) {
-        icon = QIcon(artwork);
-    } else {
+    for (const qreal ratio : {1.0, 2.0}) {
+        const QImage artwork =
+            DWNamedImage::imageNamed(QStringLiteral("StatusIconTemplate"), ratio);
+        if (!artwork.isNull())
+            icon.addPixmap(QPixmap::fromImage(DWNamedImage::panelImage(artwork)));
+    }
+    if (icon.isNull()) {
         // Without the artwork, a plain dot keeps the item usable.
         QPixmap dot(22, 22);
         dot.fill(Qt::transparent);
         QPainter painter(&dot);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(Qt::black);
+        painter.setPen(QPen(Qt::black, 1.5));
+        painter.setBrush(QColor(242, 242, 242));
         painter.drawEllipse(QRectF(4, 4, 14, 14));
         painter.end();
         icon = QIcon(dot);
     }
-    // A template: the panel may tint it to match its own colours.
+    // Marked as a template for panels that do tint (the drawing keeps its
+    // own light-on-dark look where they don't).
     icon.setIsMask(true);
     return icon;
 }
@@ -755,4 +801,123 @@ void DotwiseAppDelegate::hideOrQuitButtonAction(QObject*) {
 
 void DotwiseAppDelegate::reloadTable() {
     _taskListsModel->reloadData();
+}
+
+// ---------------------------------------------------------------------------
+// Task-list table
+
+Qt::DropAction DotwiseAppDelegate::validateDrop(const QMimeData*, Qt::DropActions) const {
+    return _isDotwiseEnabled ? Qt::CopyAction : Qt::IgnoreAction;
+}
+
+bool DotwiseAppDelegate::acceptDrop(const QMimeData* data, Qt::DropActions sourceOperations) {
+    if (!(sourceOperations & Qt::CopyAction))
+        return false;
+    bool accepted = false;
+    for (const QString& path : DWTableDropTarget::filePaths(data)) {
+        // A folder is never a task list, whatever its name says.
+        if (QFileInfo(path).isDir() || !_workspace->isTextFile(path))
+            continue;
+        LW_LOG(3, "-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]",
+               QStringLiteral("Dropped plain text file: %1").arg(path));
+        addFileToWatchList(path);
+        accepted = true;
+    }
+    return accepted;
+}
+
+bool DotwiseAppDelegate::_handleKeyPress(QKeyEvent* event) {
+    if (event->modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier))
+        return false;
+    switch (event->key()) {
+    case Qt::Key_Backspace:
+        deleteBackward(_mainWindow.get());
+        return true;
+    case Qt::Key_Delete:
+        deleteForward(_mainWindow.get());
+        return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        // Hide/Quit is the window's default button.
+        if (_ui->hideOrQuitButton->isEnabled() && _ui->hideOrQuitButton->isVisible()) {
+            _ui->hideOrQuitButton->animateClick();
+            return true;
+        }
+        return false;
+    default:
+        return false;
+    }
+}
+
+void DotwiseAppDelegate::deleteBackward(QObject*) {
+    _removeSelectedTaskList();
+}
+
+void DotwiseAppDelegate::deleteForward(QObject*) {
+    _removeSelectedTaskList();
+}
+
+void DotwiseAppDelegate::_removeSelectedTaskList() {
+    if (!_isDotwiseEnabled)
+        return;
+    const QModelIndexList rows = _ui->taskListsTableView->selectionModel()
+                                     ? _ui->taskListsTableView->selectionModel()->selectedRows()
+                                     : QModelIndexList();
+    if (rows.isEmpty())
+        return;
+    const int row = rows.first().row();
+    if (row < 0 || row >= _taskLists.size())
+        return;
+    removeTaskListFromWatchList(_taskLists.at(row));
+}
+
+void DotwiseAppDelegate::taskDoubleClickAction(QObject*) {
+    const int row = _clickedRow;
+    if (row < 0 || row >= _taskLists.size())
+        return;
+    _workspace->openFile(_taskLists.at(row)->path());
+}
+
+// ---------------------------------------------------------------------------
+// First-run example task lists
+
+void DotwiseAppDelegate::setUpExampleTasksIfNeeded() {
+    LWPreferences preferences = LWPreferences::standard();
+    if (preferences.boolForKey(didCreateExampleDataKey))
+        return;
+    // Stored before anything is shown: the offer is made once, whatever the
+    // user then does with it (even quitting while it is on screen).
+    preferences.setBool(didCreateExampleDataKey, true);
+    preferences.synchronize();
+
+    std::unique_ptr<LWAlert> alert = LWAlert::alertWithMessageText(
+        QStringLiteral("To get started, please select a folder for the two example task lists."),
+        QStringLiteral("Select Folder"), QString(), QString(),
+        QStringLiteral("Hint: The desktop will work just fine."));
+    lw::beginSheetModalForWindow(
+        std::move(alert), _mainWindow.get(),
+        [this](LWAlert& ended, int returnCode) { _welcomeAlertDidEnd(ended, returnCode); });
+}
+
+void DotwiseAppDelegate::_welcomeAlertDidEnd(LWAlert& alert, int) {
+    // The sheet would otherwise stay up until its callback has returned.
+    alert.orderOut();
+    DWExampleFiles::openFolderChooser(_mainWindow.get(), [this](const QString& folder) {
+        makeExampleFile(QStringLiteral("Example Task List.txt"), folder,
+                        DWTaskRuleSet::squareBracketStyleRuleSet());
+        makeExampleFile(QStringLiteral("Example Task List.taskpaper"), folder,
+                        DWTaskRuleSet::taskPaperRuleSet());
+    });
+}
+
+void DotwiseAppDelegate::makeExampleFile(const QString& fileName, const QString& directory,
+                                         std::shared_ptr<DWTaskRuleSet> rules) {
+    // Nothing is made, and nothing watched, where an item of that name exists
+    // already; a missing resource or a failed write makes nothing either.
+    const QString path = DWExampleFiles::writeExampleFile(fileName, directory);
+    if (path.isEmpty())
+        return;
+    LW_LOG(3, "-[DotwiseAppDelegate makeExampleFile:inDirectory:rules:]",
+           QStringLiteral("Created example file: %1").arg(fileName));
+    addFileToWatchList(path, std::move(rules));
 }

@@ -30,6 +30,8 @@ class LWAlert;
 class LWWorkspace;
 class QAbstractScrollArea;
 class QAction;
+class QKeyEvent;
+class QMimeData;
 class QLabel;
 class QMainWindow;
 class QMenu;
@@ -182,6 +184,34 @@ public:
     void hideOrQuitButtonAction(QObject* sender);
     void reloadTable();
 
+    // --- Task-list table ---------------------------------------------------
+
+    // Drags of files are offered the copy operation while badging is on and
+    // nothing while it is off.
+    Qt::DropAction validateDrop(const QMimeData* data, Qt::DropActions sourceOperations) const;
+    // Hands every dropped file that is a kind of plain text to the watch list,
+    // in the drag's order; other files are skipped. False when the source
+    // doesn't allow copying or no file was handed over.
+    bool acceptDrop(const QMimeData* data, Qt::DropActions sourceOperations);
+    // Delete and Backspace: remove the selected task list while badging is on.
+    void deleteBackward(QObject* sender);
+    void deleteForward(QObject* sender);
+    // The table's double-click: opens the task list in the clicked row with
+    // the user's default application; a click below the rows opens nothing.
+    void taskDoubleClickAction(QObject* sender);
+    // The row under the last double-click, -1 when it was below the rows.
+    int clickedRow() const { return _clickedRow; }
+
+    // --- First-run example task lists ---------------------------------------
+
+    // Offers the examples once per user: the welcome sheet, then a folder
+    // chooser. The offer counts as made as soon as it is shown.
+    void setUpExampleTasksIfNeeded();
+    // Copies one example into the folder, unless something of that name is
+    // there already, and watches it with the given rules.
+    void makeExampleFile(const QString& fileName, const QString& directory,
+                         std::shared_ptr<DWTaskRuleSet> rules);
+
 signals:
     // After each badge update's main-thread follow-up, in the order the
     // updates were queued.
@@ -203,6 +233,9 @@ private:
     QWidget* _makeStyleExamplesView();
     void _placeOnOffKnob(bool animated);
     void _terminate();
+    void _removeSelectedTaskList();
+    bool _handleKeyPress(QKeyEvent* event);
+    void _welcomeAlertDidEnd(LWAlert& alert, int returnCode);
     QIcon _menuBadgeIcon(int openTasks);
     static QIcon _statusIconTemplate();
 
@@ -240,6 +273,8 @@ private:
     std::unique_ptr<LWAlert> _styleAlert;
     QString _styleAlertPath;
     std::deque<QString> _waitingStyleQuestions;
+
+    int _clickedRow = -1;
 
     mutable QMutex _badgeableLock;
     QSet<const DWTaskList*> _badgeable;

@@ -69,8 +69,9 @@ private:
 
     std::unique_ptr<DWIconTheme> _iconTheme;
     QString _cacheDirectory;
-    mutable QMutex _iconCacheLock;
+    // std::mutex rather than QMutex: its locking is visible to ThreadSanitizer.
+    mutable std::mutex _iconCacheLock;
     mutable QHash<QString, LWIconImage> _iconCache; // by MIME type
-    QMutex _setIconLock;                            // one icon write at a time
+    std::mutex _setIconLock;                        // one icon write at a time
     std::atomic<bool> _warnedAboutMetadata{false};
 };

@@ -2,6 +2,7 @@
 
 #include "foundation/LWPreferences.h"
 #include "logging/LWLogger.h"
+#include "views/DWPointyButton.h"
 
 #include <QFile>
 #include <QLabel>
@@ -12,7 +13,20 @@
 
 namespace {
 const QString variationKey = QStringLiteral("abviewVariation");
-}
+
+// The designs' link buttons are our own pointing-hand buttons, which the
+// stock loader doesn't know.
+class _ABViewLoader : public QUiLoader {
+public:
+    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
+        if (className != QLatin1String("DWPointyButton"))
+            return QUiLoader::createWidget(className, parent, name);
+        auto* button = new DWPointyButton(parent);
+        button->setObjectName(name);
+        return button;
+    }
+};
+} // namespace
 
 QStringList ABViewSelectingController::variations() {
     return {QStringLiteral("WFLogo"), QStringLiteral("ThreeAppIcons"),
@@ -53,7 +67,7 @@ bool ABViewSelectingController::loadView(const QString& variation) {
                    .arg(variation));
         return false;
     }
-    QUiLoader loader;
+    _ABViewLoader loader;
     QWidget* view = loader.load(&file);
     if (!view) {
         LW_LOG(1, "-[ABViewSelectingController init]",

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/DWTaskListTableModel.h"
 #include "controller/DotwiseAppDelegate.h"
 #include "fakes/FakeDirectoryEventStreamFactory.h"
 #include "fakes/FakeLaunchAtLoginController.h"
@@ -12,91 +13,80 @@
 #include "support/TestEnvironment.h"
 
 #include <QAction>
-#include <QDeadlineTimer>
 #include <QMenu>
-#include <QMutex>
-#include <QWaitCondition>
+#include <QRegularExpression>
+#include <chrono>
+#include <condition_variable>
 #include <gtest/gtest.h>
+#include <mutex>
 
-// The fake workspace, plus one list of every icon and date write in the order
-// they happened ("remove a.txt", "set a.txt", "date a.txt"), and a gate that
-// holds badge updates inside iconForFile until the test lets them through.
+using namespace Qt::StringLiterals;
+
+// The fake workspace, plus every icon and date write in one list in the order
+// they happened ("remove a.md", "set a.md", "date a.md"), and a gate that
+// holds badge updates in iconForFile until the test lets them through.
 class RecordingWorkspace : public FakeWorkspace {
 public:
     LWIconImage iconForFile(const QString& path) const override {
-        QMutexLocker locker(&_gateLock);
+        std::unique_lock locker(_lock);
         ++_waiting;
-        _gateChanged.wakeAll();
-        while (_gated && _permits == 0)
-            _gateChanged.wait(&_gateLock);
-        if (_gated)
-            --_permits;
+        _changed.notify_all();
+        _changed.wait(locker, [this] { return !_gated || _permits > 0; });
+        _permits -= _gated ? 1 : 0;
         --_waiting;
         locker.unlock();
         return FakeWorkspace::iconForFile(path);
     }
     bool setIcon(const LWIconImage& icon, const QString& path) override {
-        record((icon.isEmpty() ? QStringLiteral("remove ") : QStringLiteral("set ")) + name(path));
+        record(QLatin1String(icon.isEmpty() ? "remove " : "set ") + path.section('/', -1));
         return FakeWorkspace::setIcon(icon, path);
     }
     bool setContentModificationDate(const QString& path, const LWTimestamp& date) override {
-        record(QStringLiteral("date ") + name(path));
+        record(u"date "_s + path.section('/', -1));
         return FakeWorkspace::setContentModificationDate(path, date);
     }
 
     QStringList events() const {
-        QMutexLocker locker(&_eventLock);
+        std::lock_guard locker(_lock);
         return _events;
     }
+    // The kinds of write ("remove", "set", "date") for one file name.
     QStringList eventsFor(const QString& fileName) const {
-        QStringList matching;
+        QStringList kinds;
         for (const QString& event : events()) {
-            if (event.endsWith(QLatin1Char(' ') + fileName))
-                matching.append(event.section(QLatin1Char(' '), 0, 0));
+            if (event.section(' ', 1) == fileName)
+                kinds.append(event.section(' ', 0, 0));
         }
-        return matching;
+        return kinds;
     }
     void clearEvents() {
-        QMutexLocker locker(&_eventLock);
+        std::lock_guard locker(_lock);
         _events.clear();
     }
-
-    // While closed, each update waits in iconForFile for a permit.
-    void closeGate() {
-        QMutexLocker locker(&_gateLock);
-        _gated = true;
-    }
-    void openGate() {
-        QMutexLocker locker(&_gateLock);
-        _gated = false;
-        _gateChanged.wakeAll();
-    }
-    void permit(int count = 1) {
-        QMutexLocker locker(&_gateLock);
-        _permits += count;
-        _gateChanged.wakeAll();
-    }
-    bool waitUntilAnUpdateWaits(int timeoutMs = 5000) {
-        QMutexLocker locker(&_gateLock);
-        QDeadlineTimer deadline(timeoutMs);
-        while (_waiting == 0) {
-            if (!_gateChanged.wait(&_gateLock, deadline))
-                return false;
-        }
-        return true;
+    void closeGate() { setGate(true, 0); }
+    void openGate() { setGate(false, 0); }
+    void permit() { setGate(true, 1); }
+    bool waitUntilAnUpdateWaits() {
+        std::unique_lock locker(_lock);
+        return _changed.wait_for(locker, std::chrono::seconds(5), [this] { return _waiting > 0; });
     }
 
 private:
-    static QString name(const QString& path) { return path.section(QLatin1Char('/'), -1); }
     void record(const QString& event) {
-        QMutexLocker locker(&_eventLock);
+        std::lock_guard locker(_lock);
         _events.append(event);
     }
+    void setGate(bool gated, int permits) {
+        std::lock_guard locker(_lock);
+        _gated = gated;
+        _permits += permits;
+        _changed.notify_all();
+    }
 
-    mutable QMutex _eventLock;
+    // Standard locks: ThreadSanitizer sees through them.
+    mutable std::mutex _lock;
+    mutable std::condition_variable _changed;
     QStringList _events;
-    mutable QMutex _gateLock;
-    mutable QWaitCondition _gateChanged;
     bool _gated = false;
     mutable int _permits = 0;
     mutable int _waiting = 0;
@@ -107,13 +97,14 @@ private:
 class ControllerTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        LWPreferences::standard().removeObject(QStringLiteral("TaskLists"));
+        LWPreferences::standard().removeObject(u"TaskLists"_s);
+        // A returning user: the first-run offer has been made (tests of the
+        // offer itself remove this).
+        LWPreferences::standard().setBool(u"DidCreateExampleData"_s, true);
         LWLogger::sharedInstance()->setMessageBacklogSize(2000);
         LWLogger::sharedInstance()->setMessageBacklog({});
         const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        folder = dwtest::homePath() +
-                 QStringLiteral("/%1.%2").arg(QString::fromLatin1(info->test_suite_name()),
-                                              QString::fromLatin1(info->name()));
+        folder = dwtest::homePath() + QLatin1Char('/') + QString::fromLatin1(info->name());
     }
     void TearDown() override {
         workspace.openGate();
@@ -122,8 +113,7 @@ protected:
         delegate.reset();
     }
 
-    // Creates the controller (init and awakeFromNib) and, unless told not to,
-    // runs applicationDidFinishLaunching.
+    // init, awakeFromNib and (unless told not to) applicationDidFinishLaunching.
     // The watcher uses the fake streams unless the test hands it a factory.
     DotwiseAppDelegate& start(bool launchAtLogin, bool finishLaunching = true,
                               std::shared_ptr<DWDirectoryEventStreamFactory> factory = nullptr) {
@@ -146,50 +136,47 @@ protected:
         dwtest::writeFile(path, contents);
         return path;
     }
-
-    // Saves task lists the way an earlier run would have.
+    // Saves task lists as an earlier run would have.
     static void saveTaskLists(const QStringList& paths) {
         QList<std::shared_ptr<DWTaskList>> lists;
-        for (const QString& path : paths) {
-            auto taskList = std::make_shared<DWTaskList>();
-            taskList->setPath(path);
-            taskList->setRuleSet(DWTaskRuleSet::squareBracketStyleRuleSet());
-            lists.append(taskList);
-        }
-        LWPreferences::standard().setObject(QStringLiteral("TaskLists"),
-                                            DWTaskList::archiveTaskLists(lists));
+        for (const QString& path : paths)
+            lists.append(
+                std::make_shared<DWTaskList>(path, DWTaskRuleSet::squareBracketStyleRuleSet()));
+        LWPreferences::standard().setObject(u"TaskLists"_s, DWTaskList::archiveTaskLists(lists));
     }
-    static QStringList savedPaths() {
-        const QByteArray bytes = LWPreferences::standard().dataForKey(QStringLiteral("TaskLists"));
+    static QStringList pathsOf(const QList<std::shared_ptr<DWTaskList>>& lists) {
         QStringList paths;
-        if (auto lists = DWTaskList::unarchiveTaskLists(bytes)) {
-            for (const auto& taskList : *lists)
-                paths.append(taskList->path());
-        }
-        return paths;
-    }
-    QStringList listedPaths() const {
-        QStringList paths;
-        for (const auto& taskList : delegate->taskLists())
+        for (const auto& taskList : lists)
             paths.append(taskList->path());
         return paths;
+    }
+    static QStringList savedPaths() {
+        const auto lists =
+            DWTaskList::unarchiveTaskLists(LWPreferences::standard().dataForKey(u"TaskLists"_s));
+        return lists ? pathsOf(*lists) : QStringList();
+    }
+    QStringList listedPaths() const { return pathsOf(delegate->taskLists()); }
+    QStringList openTasksColumn() const {
+        QStringList cells;
+        for (int row = 0; row < delegate->taskLists().size(); ++row)
+            cells.append(delegate->taskListsModel()->objectValue(u"openTasks"_s, row));
+        return cells;
     }
     // The menu's titles top to bottom, separators as "---".
     QStringList menuTitles() const {
         QStringList titles;
         for (QAction* action : delegate->statusMenu()->actions())
-            titles.append(action->isSeparator() ? QStringLiteral("---") : action->text());
+            titles.append(action->isSeparator() ? u"---"_s : action->text());
         return titles;
     }
     // How many logged lines carry this message from this function.
     static int logged(const QString& message, const QString& function) {
-        int count = 0;
-        for (const QString& line : LWLogger::sharedInstance()->messageBacklog()) {
-            if (line.contains(QStringLiteral("| %1 |").arg(message)) &&
-                line.endsWith(QStringLiteral("| ") + function))
-                ++count;
-        }
-        return count;
+        return int(
+            LWLogger::sharedInstance()
+                ->messageBacklog()
+                .filter(QRegularExpression(u"\\| %1 \\|.*\\| %2$"_s.arg(
+                    QRegularExpression::escape(message), QRegularExpression::escape(function))))
+                .size());
     }
 
     RecordingWorkspace workspace;

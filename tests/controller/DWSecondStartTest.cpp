@@ -20,8 +20,8 @@ TEST_F(ControllerTest, ASecondStartBringsTheRunningWindowForward) {
 
     QProcess second;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(u"XDG_RUNTIME_DIR"_s, runtime.path());
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     second.setProcessEnvironment(environment);
     second.start(QStringLiteral(DW_DOTWISE_BINARY), {});
     ASSERT_TRUE(second.waitForStarted(5000));

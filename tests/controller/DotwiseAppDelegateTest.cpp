@@ -4,18 +4,16 @@
 #include "ui/LWAlert.h"
 #include "views/ABViewSelectingController.h"
 
-#include <QAction>
 #include <QFile>
 #include <QLabel>
 #include <QMainWindow>
 #include <QPushButton>
 #include <QSystemTrayIcon>
-#include <QTableView>
 
 namespace {
-const QString launching = QStringLiteral("-[DotwiseAppDelegate applicationDidFinishLaunching:]");
+const QString launching = u"-[DotwiseAppDelegate applicationDidFinishLaunching:]"_s;
 
-// The alert the controller has on screen; fails the test when there is none.
+// The alert on screen; fails the test when there is not exactly one.
 LWAlert* openAlert() {
     const QList<LWAlert*> alerts = LWAlert::activeAlerts();
     EXPECT_EQ(alerts.size(), 1);
@@ -23,81 +21,49 @@ LWAlert* openAlert() {
 }
 } // namespace
 
-// --- Start-up and persistence ----------------------------------------------
-
 TEST_F(ControllerTest, StartUpDropsAMissingFileAndKeepsTheOthersInOrder) {
-    const QString a = makeFile(QStringLiteral("a.md"), "- [ ] one\n");
-    const QString b = makeFile(QStringLiteral("b.md"), "- [ ] two\n");
-    const QString c = makeFile(QStringLiteral("c.md"), "- [ ] three\n");
+    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
+    const QString b = makeFile(u"b.md"_s, "- [ ] two\n");
+    const QString c = makeFile(u"c.md"_s, "- [ ] three\n");
     saveTaskLists({a, b, c});
     ASSERT_TRUE(QFile::remove(b));
 
     DotwiseAppDelegate& app = start(/*launchAtLogin=*/false);
     EXPECT_EQ(listedPaths(), (QStringList{a, c}));
     EXPECT_EQ(savedPaths(), (QStringList{a, c}));
-    EXPECT_EQ(logged(QStringLiteral("Removing file from watchlist, because it doesn't exist "
-                                    "anymore: %1")
-                         .arg(b),
+    EXPECT_EQ(logged(u"Removing file from watchlist, because it doesn't exist anymore: %1"_s.arg(b),
                      launching),
               1);
-    EXPECT_EQ(app.taskListsModel()->rowCount(), 2);
-    EXPECT_EQ(app.taskListsModel()->objectValue(QStringLiteral("label"), 1),
-              QStringLiteral("c.md"));
-    EXPECT_EQ(app.taskListsModel()->objectValue(QStringLiteral("openTasks"), 1),
-              QStringLiteral("n/a"));
-    // Badging is off: the only icon write takes the missing file's badge off,
-    // without touching dates; both others are still watched.
+    EXPECT_EQ(app.taskListsModel()->objectValue(u"label"_s, 1), u"c.md"_s);
+    EXPECT_EQ(openTasksColumn(), (QStringList{u"n/a"_s, u"n/a"_s}));
+    // Badging is off: no badge work, only the missing file's badge is taken off
+    // (no date written), and the others are still watched.
     app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(workspace.events(), QStringList{QStringLiteral("remove b.md")});
-    EXPECT_EQ(app.fileWatcher()->watchedFiles().size(), 2);
-    EXPECT_TRUE(app.fileWatcher()->watchedFiles().contains(a));
-    EXPECT_TRUE(app.fileWatcher()->watchedFiles().contains(c));
+    EXPECT_EQ(workspace.events(), QStringList{u"remove b.md"_s});
+    const QList<QString> watched = app.fileWatcher()->watchedFiles();
+    EXPECT_EQ(QSet<QString>(watched.begin(), watched.end()), (QSet<QString>{a, c}));
     EXPECT_TRUE(app.mainWindow()->isVisible());
-    EXPECT_EQ(app.shortVersion()->text(),
-              QStringLiteral("v") + LWBundle::mainBundle().shortVersionString());
-}
-
-TEST_F(ControllerTest, StartingWithTheLoginItemBadgesEveryRestoredFile) {
-    const QString a = makeFile(QStringLiteral("a.md"), "- [ ] one\n- [ ] two\n");
-    const QString b = makeFile(QStringLiteral("b.md"), "- [x] done\n");
-    saveTaskLists({a, b});
-
-    DotwiseAppDelegate& app = start(/*launchAtLogin=*/true);
-    EXPECT_TRUE(app.isDotwiseEnabled());
-    app.waitUntilBadgeUpdatesFinish();
-    EXPECT_TRUE(workspace.hasCustomIcon(a));
-    EXPECT_TRUE(workspace.hasCustomIcon(b));
-    EXPECT_EQ(app.taskListsModel()->objectValue(QStringLiteral("openTasks"), 0),
-              QStringLiteral("2"));
-    EXPECT_EQ(app.taskListsModel()->objectValue(QStringLiteral("openTasks"), 1),
-              QStringLiteral("0"));
-    // Neither start touched the login item.
+    EXPECT_EQ(app.shortVersion()->text(), u"v"_s + LWBundle::mainBundle().shortVersionString());
     EXPECT_EQ(loginItem->writeCount(), 0);
 }
 
 TEST_F(ControllerTest, DamagedSavedListStartsEmptyAndIsKeptUntilTheNextSave) {
     const QByteArray damaged("\xbf\x00garbage", 9);
-    LWPreferences::standard().setObject(QStringLiteral("TaskLists"), damaged);
-
+    LWPreferences::standard().setObject(u"TaskLists"_s, damaged);
     DotwiseAppDelegate& app = start(false);
     EXPECT_TRUE(app.taskLists().isEmpty());
-    int warnings = 0;
-    for (const QString& line : LWLogger::sharedInstance()->messageBacklog())
-        warnings += line.startsWith(QStringLiteral(" WARN|")) && line.endsWith(launching);
-    EXPECT_EQ(warnings, 1);
-    EXPECT_EQ(LWPreferences::standard().dataForKey(QStringLiteral("TaskLists")), damaged);
+    EXPECT_EQ(LWLogger::sharedInstance()->messageBacklog().filter(launching).size(), 1);
+    EXPECT_EQ(LWPreferences::standard().dataForKey(u"TaskLists"_s), damaged);
 
-    const QString a = makeFile(QStringLiteral("a.taskpaper"), "- one\n");
+    const QString a = makeFile(u"a.taskpaper"_s, "- one\n");
     app.addFileToWatchList(a);
     EXPECT_EQ(savedPaths(), QStringList{a});
 }
 
-// --- Watch list ------------------------------------------------------------
-
 TEST_F(ControllerTest, PlainTextFilesAreAddedOnlyOnceTheirStyleIsChosen) {
     DotwiseAppDelegate& app = start(true);
-    const QString notes = makeFile(QStringLiteral("Notes.TXT"), "- [ ] a\n(A) b\n");
-    const QString todo = makeFile(QStringLiteral("todo.txt"), "- [ ] a\n(A) b\n");
+    const QString notes = makeFile(u"Notes.TXT"_s, "- [ ] a\n(A) b\n");
+    const QString todo = makeFile(u"todo.txt"_s, "- [ ] a\n(A) b\n");
 
     // Both arrive in one drop; each gets its own question, one after the other.
     app.addFileToWatchList(notes);
@@ -106,104 +72,83 @@ TEST_F(ControllerTest, PlainTextFilesAreAddedOnlyOnceTheirStyleIsChosen) {
     EXPECT_TRUE(savedPaths().isEmpty());
     EXPECT_EQ(app.pendingStyleQuestions(), (QStringList{notes, todo}));
 
-    LWAlert* first = openAlert();
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first->messageText(),
-              QStringLiteral("Which task style would you like to use for Notes.TXT?"));
-    EXPECT_EQ(first->informativeText(), QString());
-    EXPECT_EQ(first->accessoryView(), app.styleExamplesView());
-    ASSERT_TRUE(first->clickButtonWithReturnCode(1)); // "Style B"
-    ASSERT_EQ(listedPaths(), QStringList{notes});
-    EXPECT_EQ(app.taskLists().at(0)->ruleSet()->name(),
-              DWTaskRuleSet::squareBracketStyleRuleSet()->name());
-
-    LWAlert* second = openAlert();
-    ASSERT_TRUE(second);
-    EXPECT_EQ(second->messageText(),
-              QStringLiteral("Which task style would you like to use for todo.txt?"));
-    EXPECT_EQ(second->accessoryView(), app.styleExamplesView());
-    ASSERT_TRUE(second->clickButtonWithReturnCode(0)); // "Style A"
-    ASSERT_EQ(listedPaths(), (QStringList{notes, todo}));
-    EXPECT_EQ(app.taskLists().at(1)->ruleSet()->name(), DWTaskRuleSet::todotxtRuleSet()->name());
+    const struct {
+        QString path, fileName;
+        int answer;
+        QString ruleSet;
+        int openTasks;
+    } answers[] = {{notes, u"Notes.TXT"_s, 1, DWTaskRuleSet::squareBracketStyleName, 1},
+                   {todo, u"todo.txt"_s, 0, DWTaskRuleSet::todotxtName, 2}};
+    for (const auto& expected : answers) {
+        LWAlert* alert = openAlert();
+        ASSERT_TRUE(alert);
+        EXPECT_EQ(alert->messageText(),
+                  u"Which task style would you like to use for %1?"_s.arg(expected.fileName));
+        EXPECT_EQ(alert->informativeText(), QString());
+        EXPECT_EQ(alert->accessoryView(), app.styleExamplesView());
+        const QString answer = expected.answer == 1 ? u"Style B"_s : u"Style A"_s;
+        ASSERT_TRUE(alert->clickButtonWithTitle(answer));
+        ASSERT_EQ(listedPaths().last(), expected.path);
+        app.waitUntilBadgeUpdatesFinish();
+        EXPECT_EQ(app.taskLists().last()->ruleSet()->name(), expected.ruleSet);
+        EXPECT_EQ(app.taskLists().last()->openTasks(), expected.openTasks);
+    }
     EXPECT_EQ(savedPaths(), (QStringList{notes, todo}));
     EXPECT_TRUE(app.pendingStyleQuestions().isEmpty());
 
-    // Counted with the chosen rules: one open task each way.
-    app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(app.taskLists().at(0)->openTasks(), 1);
-    EXPECT_EQ(app.taskLists().at(1)->openTasks(), 2);
-}
-
-TEST_F(ControllerTest, OtherFilesAreAddedAtOnceAndNeverTwice) {
-    DotwiseAppDelegate& app = start(true);
-    const QString list = makeFile(QStringLiteral("work.taskpaper"), "- one\n- two @done\n");
-    app.addFileToWatchList(list);
+    // Any other file is added at once, with the best matching rules, and a
+    // file is never added twice.
+    const QString work = makeFile(u"work.taskpaper"_s, "- one\n");
+    app.addFileToWatchList(work);
+    app.addFileToWatchList(work, DWTaskRuleSet::todotxtRuleSet());
     EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
-    ASSERT_EQ(listedPaths(), QStringList{list});
-    EXPECT_EQ(app.taskLists().at(0)->ruleSet()->name(), DWTaskRuleSet::bestMatchFor(list)->name());
-    EXPECT_EQ(menuTitles().first(), QStringLiteral("work.taskpaper"));
-
-    app.addFileToWatchList(list, DWTaskRuleSet::todotxtRuleSet());
-    EXPECT_EQ(listedPaths(), QStringList{list});
-    EXPECT_EQ(app.taskLists().at(0)->ruleSet()->name(), DWTaskRuleSet::bestMatchFor(list)->name());
-    EXPECT_EQ(logged(QStringLiteral("Won't add file again: %1").arg(list),
-                     QStringLiteral("-[DotwiseAppDelegate addFileToWatchList:ruleSet:]")),
+    EXPECT_EQ(listedPaths(), (QStringList{notes, todo, work}));
+    EXPECT_EQ(app.taskLists().last()->ruleSet()->name(), DWTaskRuleSet::taskPaperName);
+    EXPECT_EQ(logged(u"Won't add file again: %1"_s.arg(work),
+                     u"-[DotwiseAppDelegate addFileToWatchList:ruleSet:]"_s),
               1);
 }
 
 TEST_F(ControllerTest, ADeletedFileLeavesTheListAlsoWhileBadgingIsOff) {
-    const QString a = makeFile(QStringLiteral("a.md"), "- [ ] one\n");
-    const QString b = makeFile(QStringLiteral("b.md"), "- [ ] two\n");
+    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
+    const QString b = makeFile(u"b.md"_s, "- [ ] two\n");
     saveTaskLists({a, b});
     DotwiseAppDelegate& app = start(false);
 
-    // The watcher finds b gone when its folder is reported.
+    // The watcher finds b gone when its folder is reported; a counts as
+    // modified (first report since it was registered), which is ignored while
+    // off, without a word or any work.
     ASSERT_TRUE(QFile::remove(b));
+    workspace.clearEvents();
     streams->deliver(folder);
+    app.waitUntilBadgeUpdatesFinish();
     EXPECT_EQ(listedPaths(), QStringList{a});
     EXPECT_EQ(app.fileWatcher()->watchedFiles(), QList<QString>{a});
     EXPECT_EQ(savedPaths(), QStringList{a});
     EXPECT_EQ(app.taskListsModel()->rowCount(), 1);
-    EXPECT_EQ(logged(QStringLiteral("File deleted: %1").arg(b),
-                     QStringLiteral("-[DotwiseAppDelegate fileDeletedAtPath:]")),
+    EXPECT_EQ(logged(u"File deleted: %1"_s.arg(b), u"-[DotwiseAppDelegate fileDeletedAtPath:]"_s),
               1);
-
-    // A report for a file that is in no list is only logged.
-    app.fileDeletedAtPath(folder + QStringLiteral("/never.md"));
-    EXPECT_EQ(listedPaths(), QStringList{a});
-    // A modification while off is dropped without a word or any work.
-    workspace.clearEvents();
-    ASSERT_TRUE(lw::setContentModificationDate(a, {1800000000, 0}));
-    streams->deliver(folder);
-    app.waitUntilBadgeUpdatesFinish();
-    EXPECT_TRUE(workspace.events().isEmpty());
-    EXPECT_EQ(logged(QStringLiteral("File modified: %1").arg(a),
-                     QStringLiteral("-[DotwiseAppDelegate fileModifiedAtPath:]")),
+    EXPECT_EQ(workspace.events(), QStringList{u"remove b.md"_s});
+    EXPECT_EQ(logged(u"File modified: %1"_s.arg(a), u"-[DotwiseAppDelegate fileModifiedAtPath:]"_s),
               0);
 }
 
-// --- Status menu and links -------------------------------------------------
-
 TEST_F(ControllerTest, TheMenuListsTaskListsOnlyWhileBadgingIsOn) {
-    const QStringList fixed = {QStringLiteral("Show Dotwise Window"), QStringLiteral("---"),
-                               QStringLiteral("Make a Suggestion\u2026")};
+    const QStringList fixed = {u"Show Dotwise Window"_s, u"---"_s, u"Make a Suggestion\u2026"_s};
     DotwiseAppDelegate& app = start(true);
     EXPECT_EQ(menuTitles(), fixed);
-    EXPECT_EQ(app.statusMenu()->title(), QStringLiteral("Dotwise Status Menu"));
+    EXPECT_EQ(app.statusMenu()->title(), u"Dotwise Status Menu"_s);
 
     // Two files of one name in two folders: two items, each opening its own.
-    const QString first = makeFile(QStringLiteral("one/list.md"), "- [ ] a\n");
-    const QString second = makeFile(QStringLiteral("two/list.md"), "- [ ] a\n- [ ] b\n");
+    const QString first = makeFile(u"one/list.md"_s, "- [ ] a\n");
+    const QString second = makeFile(u"two/list.md"_s, "- [ ] a\n- [ ] b\n");
     app.addFileToWatchList(first);
     app.addFileToWatchList(second);
     app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(menuTitles(), QStringList({QStringLiteral("list.md"), QStringLiteral("list.md"),
-                                         QStringLiteral("---")}) +
-                                fixed);
-    const QList<QAction*> items = app.statusMenu()->actions();
-    EXPECT_FALSE(items.at(0)->icon().isNull());
-    EXPECT_EQ(items.at(0)->icon().availableSizes().value(0), QSize(15, 15));
-    items.at(1)->trigger();
+    const QStringList two = {u"list.md"_s, u"list.md"_s, u"---"_s};
+    EXPECT_EQ(menuTitles(), two + fixed);
+    EXPECT_EQ(app.statusMenu()->actions().at(0)->icon().availableSizes().value(0), QSize(15, 15));
+    app.statusMenu()->actions().at(1)->trigger();
     EXPECT_EQ(workspace.openedFiles(), QStringList{second});
 
     app.setIsDotwiseEnabled(false);
@@ -211,43 +156,36 @@ TEST_F(ControllerTest, TheMenuListsTaskListsOnlyWhileBadgingIsOn) {
     // Back on, without the first list: the remaining item opens its own file.
     app.setIsDotwiseEnabled(true);
     app.removeTaskListFromWatchList(app.taskListForFile(first));
-    EXPECT_EQ(menuTitles(),
-              QStringList({QStringLiteral("list.md"), QStringLiteral("---")}) + fixed);
+    EXPECT_EQ(menuTitles(), two.mid(1) + fixed);
     app.statusMenu()->actions().at(0)->trigger();
     EXPECT_EQ(workspace.openedFiles(), (QStringList{second, second}));
-    app.setIsDotwiseEnabled(false);
 
-    // However often it is rebuilt, there is one tray item, made once.
+    // However often it is rebuilt, there is one tray item, made once; without
+    // a tray that is said once.
     QSystemTrayIcon* item = app.statusMenuItem();
     for (int i = 0; i < 5; ++i)
         app._updateStatusMenu();
     EXPECT_EQ(app.statusMenuItem(), item);
     EXPECT_EQ(app.findChildren<QSystemTrayIcon*>().size(), 1);
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        int notes = 0;
-        for (const QString& line : LWLogger::sharedInstance()->messageBacklog())
-            notes += line.contains(QStringLiteral("No system tray available"));
-        EXPECT_EQ(notes, 1);
-    }
+    EXPECT_EQ(
+        LWLogger::sharedInstance()->messageBacklog().filter(u"No system tray available"_s).size(),
+        QSystemTrayIcon::isSystemTrayAvailable() ? 0 : 1);
 
-    // "Show Dotwise Window" brings a hidden window back.
     app.mainWindow()->hide();
-    app.statusMenu()->actions().at(0)->trigger();
+    app.statusMenu()->actions().at(2)->trigger(); // "Show Dotwise Window"
     EXPECT_TRUE(app.mainWindow()->isVisible());
 }
 
 TEST_F(ControllerTest, TheLinksCarryTheVersionAndTheVariation) {
     const LWBundle saved = LWBundle::mainBundle();
     QJsonObject info = saved.infoDictionary();
-    info.insert(QStringLiteral("CFBundleShortVersionString"), QStringLiteral("1.2"));
-    info.insert(QStringLiteral("DWSupportAddress"), QStringLiteral("ideas@example.com"));
-    info.insert(QStringLiteral("DWWebHost"), QStringLiteral("www.example.com"));
+    info.insert(u"CFBundleShortVersionString"_s, u"1.2"_s);
+    info.insert(u"DWSupportAddress"_s, u"ideas@example.com"_s);
+    info.insert(u"DWWebHost"_s, u"www.example.com"_s);
     LWBundle::setMainBundle(LWBundle(info));
-    LWPreferences::standard().setObject(QStringLiteral("abviewVariation"),
-                                        QStringLiteral("ThreeAppIcons"));
+    LWPreferences::standard().setObject(u"abviewVariation"_s, u"ThreeAppIcons"_s);
 
     DotwiseAppDelegate& app = start(true);
-    menuTitles(); // built
     app.statusMenu()->actions().last()->trigger();
     app.abViewController()->button()->click();
     LWBundle::setMainBundle(saved);
@@ -261,11 +199,11 @@ TEST_F(ControllerTest, TheLinksCarryTheVersionAndTheVariation) {
                          "&utm_term=web&utm_content=ThreeAppIcons&utm_campaign=FromDotwise"));
 }
 
-// --- Window and shutdown ---------------------------------------------------
-
-TEST_F(ControllerTest, ClosingOrHidingQuitsOnlyWhileBadgingIsOff) {
+TEST_F(ControllerTest, ClosingOrHidingQuitsOnlyWhileOffAndQuittingLeavesEverythingSet) {
+    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
+    saveTaskLists({a});
+    const QByteArray saved = LWPreferences::standard().dataForKey(u"TaskLists"_s);
     DotwiseAppDelegate& app = start(true);
-    EXPECT_EQ(app.hideOrQuitButton()->text(), QStringLiteral("Hide"));
     app.mainWindow()->close();
     dwtest::processEventsFor(20);
     EXPECT_EQ(terminations, 0);
@@ -275,29 +213,23 @@ TEST_F(ControllerTest, ClosingOrHidingQuitsOnlyWhileBadgingIsOff) {
     EXPECT_FALSE(app.mainWindow()->isVisible());
     EXPECT_EQ(terminations, 0);
 
-    // The user switches off: the login item follows the switch.
+    // Quitting stops the watcher only: badges and the saved list stay.
+    app.waitUntilBadgeUpdatesFinish();
+    workspace.clearEvents();
+    app.applicationWillTerminate();
+    EXPECT_FALSE(app.fileWatcher()->isStreaming());
+    EXPECT_TRUE(workspace.events().isEmpty());
+    EXPECT_TRUE(workspace.hasCustomIcon(a));
+    EXPECT_EQ(LWPreferences::standard().dataForKey(u"TaskLists"_s), saved);
+
+    // The user switches off: the login item follows; now closing quits.
     app.applicationShouldHandleReopen();
     app.onOffButton()->click();
     EXPECT_FALSE(app.isDotwiseEnabled());
     EXPECT_EQ(loginItem->writeCount(), 1);
     EXPECT_FALSE(loginItem->launchAtLogin());
-    EXPECT_EQ(app.onOffButton()->isChecked(), false);
-    EXPECT_EQ(app.hideOrQuitButton()->text(), QStringLiteral("Quit"));
     app.hideOrQuitButton()->click();
     EXPECT_EQ(terminations, 1);
     app.mainWindow()->close();
     EXPECT_TRUE(dwtest::waitUntil([&] { return terminations == 2; }, 1000));
-}
-
-TEST_F(ControllerTest, QuittingLeavesBadgesAndTheSavedListAsTheyAre) {
-    const QString a = makeFile(QStringLiteral("a.md"), "- [ ] one\n");
-    saveTaskLists({a});
-    const QByteArray before = LWPreferences::standard().dataForKey(QStringLiteral("TaskLists"));
-    DotwiseAppDelegate& app = start(true);
-    app.waitUntilBadgeUpdatesFinish();
-    workspace.clearEvents();
-    app.applicationWillTerminate();
-    EXPECT_TRUE(workspace.events().isEmpty());
-    EXPECT_TRUE(workspace.hasCustomIcon(a));
-    EXPECT_EQ(LWPreferences::standard().dataForKey(QStringLiteral("TaskLists")), before);
 }

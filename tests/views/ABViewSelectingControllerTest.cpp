@@ -3,6 +3,7 @@
 #include "foundation/LWPreferences.h"
 #include "logging/LWLogger.h"
 #include "support/TestEnvironment.h"
+#include "views/DWPointyButton.h"
 
 #include <QMap>
 #include <QPointer>
@@ -70,6 +71,9 @@ TEST_F(ABView, EveryDesignLoadsWithItsLabelButtonAndPictures) {
         EXPECT_FALSE(controller.label()->text().isEmpty());
         EXPECT_FALSE(controller.button()->text().isEmpty());
         EXPECT_TRUE(controller.view()->isAncestorOf(controller.button()));
+        // A link out of the app: the pointing hand shows it.
+        EXPECT_TRUE(qobject_cast<DWPointyButton*>(controller.button()));
+        EXPECT_EQ(controller.button()->cursor().shape(), Qt::PointingHandCursor);
         // Artwork comes from the resources; a missing picture would be empty.
         int pictures = 0;
         for (const QLabel* picture : controller.view()->findChildren<QLabel*>()) {

@@ -1,0 +1,99 @@
+#include "controller/DWExampleFiles.h"
+
+#include "model/DWTaskList.h"
+#include "model/DWTaskRuleSet.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+const QString kText = QStringLiteral("Example Task List.txt");
+const QString kTaskPaper = QStringLiteral("Example Task List.taskpaper");
+
+QString freshFolder(const QString& name) {
+    const QString path = dwtest::homePath() + QLatin1Char('/') + name;
+    QDir(path).removeRecursively();
+    QDir().mkpath(path);
+    return path;
+}
+
+int openTasks(const QString& path, std::shared_ptr<DWTaskRuleSet> rules) {
+    DWTaskList list(path, std::move(rules));
+    list.updateOpenTasks();
+    return list.openTasks();
+}
+} // namespace
+
+// The shipped examples are copied as they are, and show what each style
+// counts: open tasks in the square-bracket list, open and done ones in the
+// TaskPaper list.
+TEST(ExampleFiles, CopiesTheExamplesVerbatimAndTheyCountUnderTheirRules) {
+    const QString folder = freshFolder(QStringLiteral("copies"));
+    const QString text = DWExampleFiles::writeExampleFile(kText, folder);
+    const QString taskPaper = DWExampleFiles::writeExampleFile(kTaskPaper, folder);
+    ASSERT_EQ(text, folder + QLatin1Char('/') + kText);
+    ASSERT_EQ(taskPaper, folder + QLatin1Char('/') + kTaskPaper);
+    QFile resource(DWExampleFiles::resourcePath(kText));
+    ASSERT_TRUE(resource.open(QIODevice::ReadOnly));
+    EXPECT_EQ(dwtest::readFile(text), resource.readAll());
+    // No temporary file is left behind.
+    EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(),
+              2);
+
+    EXPECT_EQ(openTasks(text, DWTaskRuleSet::squareBracketStyleRuleSet()), 7);
+    EXPECT_EQ(openTasks(taskPaper, DWTaskRuleSet::taskPaperRuleSet()), 6);
+    // Counted as dashes alone, the done tasks count too: the example has some.
+    const auto dashes = std::make_shared<DWTaskRuleSet>(
+        DWTaskRuleSet::taskPaperRuleSet()->openTaskRules(), std::nullopt, QStringLiteral("-"));
+    EXPECT_GT(openTasks(taskPaper, dashes), 6);
+}
+
+TEST(ExampleFiles, NeverReplacesAnExistingItem) {
+    const QString folder = freshFolder(QStringLiteral("existing"));
+    dwtest::writeFile(folder + QLatin1Char('/') + kText, "my own list\n");
+    EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, folder).isEmpty());
+    EXPECT_EQ(dwtest::readFile(folder + QLatin1Char('/') + kText), QByteArray("my own list\n"));
+    EXPECT_FALSE(DWExampleFiles::writeExampleFile(kTaskPaper, folder).isEmpty());
+
+    // A dangling link is an item too: neither it nor what it points at changes;
+    // nor does a folder of that name.
+    const QString other = freshFolder(QStringLiteral("dangling"));
+    const QString pointee = other + QStringLiteral("/elsewhere.txt");
+    ASSERT_TRUE(QFile::link(pointee, other + QLatin1Char('/') + kText));
+    EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, other).isEmpty());
+    EXPECT_FALSE(QFile::exists(pointee));
+    QDir().mkpath(other + QLatin1Char('/') + kTaskPaper);
+    EXPECT_TRUE(DWExampleFiles::writeExampleFile(kTaskPaper, other).isEmpty());
+}
+
+TEST(ExampleFiles, HomeTildeAndFoldersThatCannotBeWritten) {
+    EXPECT_EQ(DWExampleFiles::targetPath(kText, QStringLiteral("~")),
+              QDir::homePath() + QLatin1Char('/') + kText);
+    EXPECT_EQ(DWExampleFiles::targetPath(kText, QStringLiteral("/srv/~x")),
+              QStringLiteral("/srv/~x/") + kText);
+    freshFolder(QStringLiteral("Lists"));
+    EXPECT_EQ(DWExampleFiles::writeExampleFile(kText, QStringLiteral("~/Lists")),
+              QDir::homePath() + QStringLiteral("/Lists/") + kText);
+
+    EXPECT_TRUE(DWExampleFiles::writeExampleFile(QStringLiteral("Unknown.txt"),
+                                                 freshFolder(QStringLiteral("unknown")))
+                    .isEmpty());
+    EXPECT_TRUE(
+        DWExampleFiles::writeExampleFile(kText, dwtest::homePath() + QStringLiteral("/no/such"))
+            .isEmpty());
+    // A file where the folder should be fails for every user, root included.
+    const QString notAFolder = dwtest::homePath() + QStringLiteral("/plain-file");
+    dwtest::writeFile(notAFolder, "x");
+    EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, notAFolder).isEmpty());
+    if (::geteuid() != 0) {
+        const QString readOnly = freshFolder(QStringLiteral("readonly"));
+        QFile::setPermissions(readOnly, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+        EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, readOnly).isEmpty());
+        QFile::setPermissions(readOnly, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                            QFileDevice::ExeOwner);
+        EXPECT_TRUE(QDir(readOnly).isEmpty());
+    }
+}
