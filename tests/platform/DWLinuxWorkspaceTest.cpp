@@ -13,17 +13,6 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-// Qt converts and scales large images on its own thread pool, and GLib runs a
-// worker thread for GSettings and GIO; both synchronise inside libraries that
-// are not built with ThreadSanitizer, so their hand-overs look like races.
-// Races in our own frames are still reported. Read only under ThreadSanitizer.
-extern "C" const char* __tsan_default_suppressions() {
-    return "race:libQt6Core.so\n"
-           "race:libQt6Gui.so\n"
-           "race:libglib-2.0.so\n"
-           "race:libgio-2.0.so\n";
-}
-
 namespace {
 // The shipped MIME package, installed the way a package manager would, before
 // anything in this process asks the MIME database.

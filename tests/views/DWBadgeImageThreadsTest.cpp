@@ -3,13 +3,6 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-// Qt's raster engine hands large fills to its own thread pool, whose locks
-// live in the uninstrumented Qt libraries: ThreadSanitizer cannot see them and
-// reports the hand-over as races. Races in our own frames are still reported.
-extern "C" const char* __tsan_default_suppressions() {
-    return "race:libQt6Core.so\nrace:libQt6Gui.so\n";
-}
-
 // Icons are badged on the badge worker while the status menu draws its own
 // badges on the main thread; the calls share nothing.
 TEST(BadgeThreads, ConcurrentComposingGivesTheSamePixels) {
