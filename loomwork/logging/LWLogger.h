@@ -3,7 +3,6 @@
 #include <QMutex>
 #include <QString>
 #include <QStringList>
-
 #include <atomic>
 
 // The one logger of the process. Every message is formatted by the caller,

@@ -1,10 +1,9 @@
 #include "foundation/LWBundle.h"
-#include "foundation/LWPreferences.h"
 
+#include "foundation/LWPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
-
 #include <gtest/gtest.h>
 
 TEST(Bundle, ReadsKeysAndTreatsDamagedFilesAsEmpty) {
@@ -17,12 +16,10 @@ TEST(Bundle, ReadsKeysAndTreatsDamagedFilesAsEmpty) {
     EXPECT_FALSE(bundle.objectForInfoDictionaryKey(QStringLiteral("Missing")).isValid());
 
     dwtest::writeFile(dir + QStringLiteral("/Broken.json"), "{\"CFBundleName\": ");
-    EXPECT_TRUE(LWBundle::fromJsonFile(dir + QStringLiteral("/Broken.json"))
-                    .infoDictionary()
-                    .isEmpty());
-    EXPECT_TRUE(LWBundle::fromJsonFile(dir + QStringLiteral("/none.json"))
-                    .infoDictionary()
-                    .isEmpty());
+    EXPECT_TRUE(
+        LWBundle::fromJsonFile(dir + QStringLiteral("/Broken.json")).infoDictionary().isEmpty());
+    EXPECT_TRUE(
+        LWBundle::fromJsonFile(dir + QStringLiteral("/none.json")).infoDictionary().isEmpty());
 }
 
 TEST(Preferences, LiveUnderTheTestsPrivateConfigFolder) {

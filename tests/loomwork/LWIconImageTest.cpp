@@ -1,6 +1,6 @@
-#include "fakes/FakeWorkspace.h"
 #include "ui/LWIconImage.h"
 
+#include "fakes/FakeWorkspace.h"
 #include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>

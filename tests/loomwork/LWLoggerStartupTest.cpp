@@ -5,12 +5,12 @@
 #include "logging/LWLogger.h"
 
 #include <QJsonObject>
-
 #include <gtest/gtest.h>
 
 TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
-    LWBundle::setMainBundle(LWBundle(QJsonObject{{QStringLiteral("LWConfigLogLevel"), 1},
-                                                 {QStringLiteral("LWConfigMessageBacklogSize"), 5}}));
+    LWBundle::setMainBundle(
+        LWBundle(QJsonObject{{QStringLiteral("LWConfigLogLevel"), 1},
+                             {QStringLiteral("LWConfigMessageBacklogSize"), 5}}));
     LWPreferences::standard().setBool(QStringLiteral("DebugLoggingEnabled"), true);
 
     ::testing::internal::CaptureStderr();

@@ -2,7 +2,6 @@
 
 #include <QRegularExpression>
 #include <QThread>
-
 #include <gtest/gtest.h>
 #include <vector>
 
@@ -57,8 +56,8 @@ TEST_F(LoggerTest, MacroNamesTheSourceFileWithoutItsExtension) {
     ASSERT_EQ(logger->messageBacklog(), QStringList{expected});
     // Printed with a time stamp (milliseconds), the process name and [pid:tid].
     EXPECT_TRUE(out.endsWith(expected + QLatin1Char('\n'))) << out.toStdString();
-    EXPECT_TRUE(QRegularExpression(QStringLiteral(
-                                       R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \S+\[\d+:\d+\] )"))
+    EXPECT_TRUE(QRegularExpression(
+                    QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \S+\[\d+:\d+\] )"))
                     .match(out)
                     .hasMatch())
         << out.toStdString();

@@ -4,10 +4,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
-
 #include <cstdlib>
 #include <gtest/gtest.h>
-
 #include <memory>
 
 namespace {
@@ -36,7 +34,9 @@ void dwtest::isolateUserFolders() {
     }
 }
 
-QString dwtest::homePath() { return temporaryHome ? temporaryHome->path() : QString(); }
+QString dwtest::homePath() {
+    return temporaryHome ? temporaryHome->path() : QString();
+}
 
 void dwtest::writeFile(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).absolutePath());
