@@ -37,6 +37,7 @@ for folder in $(seq -w 1 10); do
 done
 "$E2E_FIXTURE" store-task-lists "${files[@]}" || e2e_fail "could not store the task lists"
 "$E2E_FIXTURE" launch-at-login "$E2E_DOTWISE" on || e2e_fail "could not add the autostart entry"
+"$E2E_FIXTURE" first-run-done || e2e_fail "could not mark the first run as done"
 e2e_start_app
 for file in "${files[@]}"; do
   wait_for 120 "the badge on $file" badge_shows "$file" 2

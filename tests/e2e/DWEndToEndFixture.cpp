@@ -5,6 +5,10 @@
 //   dw_e2e_fixture store-task-lists FILE...      "TaskLists" as the app saves it
 //   dw_e2e_fixture stored-task-lists             one stored path per line
 //   dw_e2e_fixture launch-at-login PROGRAM on|off
+//   dw_e2e_fixture first-run-done                 a returning user: no example offer
+//   dw_e2e_fixture switch-centre WIDTH HEIGHT
+//       where the ON/OFF switch's centre lies in a main window of that size,
+//       as "X Y" (the window's own form laid out off screen)
 //   dw_e2e_fixture check-badge ACTUAL.png REFERENCE_DIR
 //       ACTUAL.png must show the badge disc and equal, pixel for pixel, the
 //       largest picture in REFERENCE_DIR (what `dotwise badge --file` wrote)
@@ -13,12 +17,14 @@
 #include "model/DWTaskList.h"
 #include "model/DWTaskRuleSet.h"
 #include "platform/LaunchAtLoginController.h"
+#include "ui_DWMainWindow.h"
 
+#include <QApplication>
 #include <QColor>
-#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <QMainWindow>
 #include <QUrl>
 #include <QtMath>
 #include <cstdio>
@@ -65,6 +71,41 @@ int setLaunchAtLogin(const QString& program, const QString& state) {
     if (controller.willLaunchAtLogin(url) != (state == QLatin1String("on")))
         return fail(
             QStringLiteral("the autostart entry for %1 did not become %2").arg(program, state));
+    return 0;
+}
+
+int markFirstRunDone() {
+    LWPreferences preferences = LWPreferences::standard();
+    preferences.setBool(QStringLiteral("DidCreateExampleData"), true);
+    preferences.synchronize();
+    return 0;
+}
+
+// The switch's place depends on the form's margins and on how the heading
+// beside it wraps, so the form itself is asked rather than numbers copied.
+int printSwitchCentre(const QString& width, const QString& height) {
+    bool wide = false;
+    bool high = false;
+    const QSize size(width.toInt(&wide), height.toInt(&high));
+    if (!wide || !high || size.isEmpty())
+        return fail(
+            QStringLiteral("switch-centre wants a window size, not '%1 %2'").arg(width, height));
+    QMainWindow window;
+    Ui::DWMainWindow form;
+    form.setupUi(&window);
+    window.resize(size);
+    window.setAttribute(Qt::WA_DontShowOnScreen);
+    window.show();
+    QApplication::processEvents();
+    if (window.size() != size)
+        return fail(QStringLiteral("the main window can't be %1x%2 (it became %3x%4)")
+                        .arg(size.width())
+                        .arg(size.height())
+                        .arg(window.width())
+                        .arg(window.height()));
+    const QPoint centre =
+        form.onOffSwitchView->mapTo(&window, form.onOffSwitchView->rect().center());
+    std::printf("%d %d\n", centre.x(), centre.y());
     return 0;
 }
 
@@ -152,8 +193,12 @@ int checkBadge(const QString& actualPath, const QString& referenceFolder) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    QCoreApplication app(argc, argv);
-    QStringList arguments = QCoreApplication::arguments().mid(1);
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    // Widgets lay out the form for the switch's place; none needs a display.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
     const QString command = arguments.isEmpty() ? QString() : arguments.takeFirst();
     if (command == QLatin1String("store-task-lists"))
         return storeTaskLists(arguments);
@@ -161,6 +206,10 @@ int main(int argc, char* argv[]) {
         return printStoredTaskLists();
     if (command == QLatin1String("launch-at-login") && arguments.size() == 2)
         return setLaunchAtLogin(arguments[0], arguments[1]);
+    if (command == QLatin1String("first-run-done") && arguments.isEmpty())
+        return markFirstRunDone();
+    if (command == QLatin1String("switch-centre") && arguments.size() == 2)
+        return printSwitchCentre(arguments[0], arguments[1]);
     if (command == QLatin1String("check-badge") && arguments.size() == 2)
         return checkBadge(arguments[0], arguments[1]);
     return fail(QStringLiteral("unknown or incomplete command '%1'").arg(command));

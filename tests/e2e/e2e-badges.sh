@@ -2,8 +2,9 @@
 # End-to-end: badges on real files, on a real desktop stack.
 # Usage: e2e-badges.sh DOTWISE_BINARY E2E_FIXTURE
 #
-# The app starts with badging on (an autostart entry exists, as after the user
-# turned the switch on) and three saved task lists plus one whose file is gone.
+# A returning user (the example offer was made on an earlier run) starts the
+# app with badging on (an autostart entry exists, as after the user turned the
+# switch on) and three saved task lists plus one whose file is gone.
 # Checked as a person would see it: every file gets a custom icon showing the
 # badge with its count; an edit changes the badge within the watcher's 2 s
 # latency plus a margin; a deleted file leaves the saved list; switching off
@@ -33,6 +34,7 @@ touch -d '2024-12-31 23:59:59.5' "$shop"
 "$E2E_FIXTURE" store-task-lists "$work" "$gone" "$home" "$shop" || e2e_fail "could not store the task lists"
 rm "$gone"
 "$E2E_FIXTURE" launch-at-login "$E2E_DOTWISE" on || e2e_fail "could not add the autostart entry"
+"$E2E_FIXTURE" first-run-done || e2e_fail "could not mark the first run as done"
 
 declare -A left
 for file in "$work" "$home" "$shop"; do left[$file]="$(fingerprint "$file")"; done

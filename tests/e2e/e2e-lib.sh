@@ -230,16 +230,35 @@ app_is_quiet() {
   [ "$before" = "$after" ]
 }
 
-# The big ON/OFF switch sits at the top left of the main window, inside the
-# window's 16 px margin: 112 x 40 px, so its centre is at (72, 36).
-E2E_SWITCH_X=72
-E2E_SWITCH_Y=36
+# The windows of dotwise on screen other than the main window (a sheet or a
+# dialog in front of it would swallow a click on the switch).
+other_app_windows() {
+  local window
+  for window in $(xdotool search --onlyvisible --pid "$E2E_APP_PID" 2>/dev/null); do
+    [ "$window" = "$E2E_APP_WINDOW" ] && continue
+    printf '%s (%s) ' "$window" "$(xdotool getwindowname "$window" 2>/dev/null)"
+  done
+}
 
-# Clicks the switch as a person would, with the pointer (no window manager
-# runs, so the window is where the app put it).
+# Clicks the big ON/OFF switch as a person would, with the pointer. Where it
+# is comes from the window's size and the app's own form; no window manager
+# runs, so the window is where the app put it.
 click_switch() {
-  xdotool mousemove --sync --window "$E2E_APP_WINDOW" "$E2E_SWITCH_X" "$E2E_SWITCH_Y" \
-    click 1 || e2e_fail "could not click the switch at ($E2E_SWITCH_X,$E2E_SWITCH_Y) of window $E2E_APP_WINDOW"
+  local size centre blocking
+  size="$(xwininfo -id "$E2E_APP_WINDOW" 2>/dev/null | awk '/^ *Width:/ { w = $2 } /^ *Height:/ { h = $2 } END { print w, h }')"
+  # shellcheck disable=SC2086 # two numbers
+  centre="$("$E2E_FIXTURE" switch-centre $size)" ||
+    e2e_fail "could not find the switch in the main window $E2E_APP_WINDOW (size '$size')"
+  blocking="$(other_app_windows)"
+  [ -z "$blocking" ] ||
+    e2e_fail "expected only the main window of dotwise on screen to click its switch; saw also $blocking"
+  # No --sync: it waits for a motion that never comes when the pointer is
+  # already there (the second click). The server takes the move and the click
+  # in the order sent.
+  # shellcheck disable=SC2086 # two numbers
+  xdotool mousemove --window "$E2E_APP_WINDOW" $centre click 1 ||
+    e2e_fail "could not click the switch at ($centre) of window $E2E_APP_WINDOW"
+  e2e_log "clicked the switch at ($centre) of the ${size/ /x} main window"
 }
 
 autostart_entry_gone() {
