@@ -28,6 +28,7 @@
 #pragma pop_macro("signals")
 
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
 
 namespace {
@@ -70,6 +71,36 @@ struct GObjectDeleter {
     void operator()(gpointer object) const { g_object_unref(object); }
 };
 using GFilePointer = std::unique_ptr<GFile, GObjectDeleter>;
+
+// GIO keeps one client of the metadata daemon for the whole process and
+// follows the daemon's restarts through D-Bus signals, which it delivers in the
+// context that was the thread's default when the client was made. The badge
+// worker never runs a GLib loop, so those signals were never delivered: after a
+// restart of the daemon every write went to the dead one. Every metadata write
+// therefore runs in a context of our own, drained of such news first.
+class MetadataWriteScope {
+public:
+    MetadataWriteScope() : _hold(lock()) {
+        g_main_context_push_thread_default(context());
+        while (g_main_context_iteration(context(), FALSE)) {
+        }
+    }
+    ~MetadataWriteScope() { g_main_context_pop_thread_default(context()); }
+    MetadataWriteScope(const MetadataWriteScope&) = delete;
+    MetadataWriteScope& operator=(const MetadataWriteScope&) = delete;
+
+private:
+    // Never freed: the client outlives any one workspace.
+    static GMainContext* context() {
+        static GMainContext* const shared = g_main_context_new();
+        return shared;
+    }
+    static std::mutex& lock() {
+        static std::mutex shared;
+        return shared;
+    }
+    std::lock_guard<std::mutex> _hold;
+};
 
 QString gsettingsIconThemeName() {
     GSettingsSchemaSource* source = g_settings_schema_source_get_default();
@@ -226,6 +257,7 @@ bool DWLinuxWorkspace::setIcon(const LWIconImage& icon, const QString& path) {
     GFilePointer file(g_file_new_for_path(QFile::encodeName(path).constData()));
     GError* error = nullptr;
     gboolean done;
+    const MetadataWriteScope scope;
     if (iconFile.isEmpty()) {
         done = g_file_set_attribute(file.get(), customIconAttribute, G_FILE_ATTRIBUTE_TYPE_INVALID,
                                     nullptr, G_FILE_QUERY_INFO_NONE, nullptr, &error);
