@@ -4,7 +4,8 @@
 # D-Bus session with a temporary HOME and XDG folders, then starts Xvfb and the
 # gvfs metadata daemon there. Every wait has a deadline, and a failure says
 # what was expected and what was seen. The temporary folder is kept when a
-# test fails (its path is printed), removed when it passes.
+# test fails (its path is printed), removed when it passes unless DW_E2E_KEEP
+# is set.
 
 set -uo pipefail
 
@@ -43,9 +44,11 @@ e2e_session() {
       XDG_RUNTIME_DIR="$root/runtime" XDG_CURRENT_DESKTOP=X-Generic \
       dbus-run-session -- "$E2E_SCRIPT" "$E2E_DOTWISE" "$E2E_FIXTURE" "${E2E_ARGS[@]}"
     status=$?
-    if [ $status -eq 0 ]; then
+    if [ $status -eq 0 ] && [ -z "${DW_E2E_KEEP:-}" ]; then
       chmod -R u+rwX "$root" 2>/dev/null
       rm -rf "$root"
+    elif [ $status -eq 0 ]; then
+      echo "kept (DW_E2E_KEEP): $root" >&2
     else
       echo "kept for inspection: $root" >&2
     fi
