@@ -64,6 +64,7 @@ edit_and_check() {
   case "$how" in
     append) printf -- '-[] book the flights\n' >>"$file" ;;
     sed) sed -i 's/- mow the lawn/- mow the lawn @done/' "$file" ;;
+    sed-undo) sed -i 's/- mow the lawn @done/- mow the lawn/' "$file" ;;
     rename) printf -- '-[] milk\n-[] bread\n-[] eggs\n-[x] coffee\n' >"$file.part" && mv "$file.part" "$file" ;;
   esac
   left[$file]="$(fingerprint "$file")"
@@ -85,6 +86,14 @@ left[$work]="$(fingerprint "$work")"
 count="$(open_tasks_of "$work")"
 wait_for "$latency_deadline" "the badge for $count open tasks on $work after two quick saves" badge_shows "$work" "$count"
 check_untouched "$work" "${left[$work]}"
+
+# The metadata daemon restarts (an upgrade, a crash): the next edit's badge
+# reaches the new daemon.
+old_daemon="$E2E_METADATA_PID"
+e2e_stop_metadata_daemon
+e2e_start_metadata_daemon
+e2e_log "metadata daemon restarted (pid $old_daemon, now $E2E_METADATA_PID)"
+edit_and_check "$home" sed-undo
 
 # A deleted file leaves the list, and nothing of ours stays in the cache for it.
 rm "$shop"

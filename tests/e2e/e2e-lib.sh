@@ -63,7 +63,10 @@ e2e_session() {
 
 e2e_cleanup() {
   local pid
-  for pid in "${E2E_APP_PID:-}" "$(metadata_daemon_pid)" "${E2E_X_PID:-}"; do
+  # gvfsd, started by the bus for the app, goes too: left alone it complains
+  # when the session ends.
+  for pid in "${E2E_APP_PID:-}" "$(metadata_daemon_pid)" "$(bus_name_pid org.gtk.vfs.Daemon)" \
+    "${E2E_X_PID:-}"; do
     [ -n "$pid" ] && kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
   done
   return 0
@@ -102,13 +105,15 @@ metadata_daemon_owns_name() {
     org.freedesktop.DBus.NameHasOwner string:org.gtk.vfs.Metadata 2>/dev/null | grep -q "true"
 }
 
-# The daemon's pid as the private bus knows it: whether we started it or the
-# bus did on demand, it is a process of this session.
-metadata_daemon_pid() {
+# The pid of a name's owner as the private bus knows it: whether we started
+# it or the bus did on demand, it is a process of this session.
+bus_name_pid() {
   dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
-    org.freedesktop.DBus.GetConnectionUnixProcessID string:org.gtk.vfs.Metadata 2>/dev/null |
+    org.freedesktop.DBus.GetConnectionUnixProcessID "string:$1" 2>/dev/null |
     awk '/uint32/ { print $2 }'
 }
+
+metadata_daemon_pid() { bus_name_pid org.gtk.vfs.Metadata; }
 
 e2e_start_metadata_daemon() {
   /usr/libexec/gvfsd-metadata >>"$E2E_ROOT/gvfsd-metadata.log" 2>&1 &
