@@ -121,8 +121,10 @@ left[$work]="$(fingerprint "$work")"
 sleep "$latency_deadline"
 no_custom_icon "$work" || e2e_fail "expected no badge while switched off; saw: $E2E_SEEN"
 
-# Switching on again badges every file with its current count.
+# Switching on again badges every file with its current count, and brings
+# launch at login back.
 click_switch
+wait_for 5 "an autostart entry for dotwise after switching on" autostart_entry_present
 for file in "$work" "$home"; do
   count="$(open_tasks_of "$file")"
   wait_for "$latency_deadline" "the badge for $count open tasks on $file after switching on" badge_shows "$file" "$count"

@@ -273,3 +273,10 @@ autostart_entry_gone() {
   E2E_SEEN="$(grep -l "^Exec=.*dotwise" "$XDG_CONFIG_HOME"/autostart/*.desktop 2>/dev/null | tr '\n' ' ')"
   [ -z "$E2E_SEEN" ]
 }
+
+autostart_entry_present() {
+  grep -q "^Exec=.*dotwise" "$XDG_CONFIG_HOME"/autostart/*.desktop 2>/dev/null && return 0
+  E2E_SEEN="$(ls "$XDG_CONFIG_HOME"/autostart 2>/dev/null | tr '\n' ' ')"
+  E2E_SEEN="autostart folder holds: ${E2E_SEEN:-nothing}"
+  return 1
+}
