@@ -50,6 +50,8 @@ const QString didCreateExampleDataKey = QStringLiteral("DidCreateExampleData");
 constexpr int menuBadgeCacheLimit = 256;
 // Least time between two refreshes while badge updates are still queued.
 constexpr qint64 refreshInterval = 200;
+// Longest wait for the window's first paint before the status menu is built.
+constexpr int firstMenuDelay = 250;
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -96,8 +98,14 @@ DotwiseAppDelegate::~DotwiseAppDelegate() {
     delete _statusMenu;
     _statusMenu = nullptr;
     _launchAtLoginController.reset();
-    if (_mainWindow)
+    // The window goes first, while the outlets it reports to are still here,
+    // and no longer reports to this controller while it is taken apart.
+    if (_mainWindow) {
         _mainWindow->removeEventFilter(this);
+        _ui->taskListsTableView->removeEventFilter(this);
+        _ui->taskListsTableView->viewport()->removeEventFilter(this);
+        _mainWindow.reset();
+    }
 }
 
 void DotwiseAppDelegate::_loadInterface() {
@@ -180,9 +188,12 @@ void DotwiseAppDelegate::applicationDidFinishLaunching() {
     _mainWindow->raise();
     _mainWindow->activateWindow();
 
-    // Timed like the refreshes after badge updates, so that the updates queued
-    // above do not rebuild a long menu again at once.
-    _refreshAfterBadgeUpdates();
+    // The status menu is built once the window has been painted: with
+    // thousands of task lists the menu takes longer to fill than the window to
+    // show, and the window is what the user waits for. A window that does not
+    // paint (minimised, no screen) still gets its menu a moment later.
+    _statusMenuAwaitsPaint = true;
+    _refreshTimer.start(firstMenuDelay);
     setUpExampleTasksIfNeeded();
 }
 
@@ -276,6 +287,11 @@ bool DotwiseAppDelegate::eventFilter(QObject* watched, QEvent* event) {
             taskDoubleClickAction(table);
         }
         return false; // the table still selects the row
+    }
+    if (watched == _mainWindow.get() && event->type() == QEvent::Paint && _statusMenuAwaitsPaint) {
+        // Right after this paint has reached the screen.
+        _statusMenuAwaitsPaint = false;
+        _refreshTimer.start(0);
     }
     if (watched == _mainWindow.get() && event->type() == QEvent::Close) {
         // Decided after the close went through, as the platform asks once the
@@ -572,6 +588,7 @@ void DotwiseAppDelegate::_badgeUpdateDidFinish(const TaskListPointer& taskList) 
 
 void DotwiseAppDelegate::_refreshAfterBadgeUpdates() {
     _refreshTimer.stop();
+    _statusMenuAwaitsPaint = false;
     _lastRefresh.start();
     reloadTable();
     _updateStatusMenu();
