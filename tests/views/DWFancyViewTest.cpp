@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 int lightness(QRgb pixel) {
     return qGray(pixel);
@@ -44,18 +46,18 @@ TEST(NamedImage, EveryImageTheViewsAndMenusNameIsEmbedded) {
     }
     // Vector pictures are rendered for the screen's density at the same size
     // in points.
-    const QImage single = DWNamedImage::imageNamed(QStringLiteral("OnOffButton"), 1.0);
-    const QImage doubled = DWNamedImage::imageNamed(QStringLiteral("OnOffButton"), 2.0);
+    const QImage single = DWNamedImage::imageNamed(u"OnOffButton"_s, 1.0);
+    const QImage doubled = DWNamedImage::imageNamed(u"OnOffButton"_s, 2.0);
     EXPECT_EQ(doubled.size(), single.size() * 2);
     EXPECT_EQ(doubled.deviceIndependentSize(), single.deviceIndependentSize());
 }
 
 TEST(NamedImage, UnknownNameGivesNullImageAndAWarning) {
     LWLogger::sharedInstance()->setMessageBacklogSize(10);
-    EXPECT_TRUE(DWNamedImage::imageNamed(QStringLiteral("NoSuchPicture")).isNull());
+    EXPECT_TRUE(DWNamedImage::imageNamed(u"NoSuchPicture"_s).isNull());
     const QStringList backlog = LWLogger::sharedInstance()->messageBacklog();
     ASSERT_FALSE(backlog.isEmpty());
-    EXPECT_TRUE(backlog.first().contains(QStringLiteral("No image named: NoSuchPicture")));
+    EXPECT_TRUE(backlog.first().contains(u"No image named: NoSuchPicture"_s));
 }
 
 TEST(NamedImage, PanelImageIsALightDrawingInADarkRim) {
