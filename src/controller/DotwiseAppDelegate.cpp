@@ -118,6 +118,10 @@ void DotwiseAppDelegate::_loadInterface() {
     QSizePolicy notePolicy = _ui->launchAtLoginNote->sizePolicy();
     notePolicy.setRetainSizeWhenHidden(true);
     _ui->launchAtLoginNote->setSizePolicy(notePolicy);
+    // The note under the table takes one line when off and may wrap to two
+    // when on: room for two keeps the table from jumping at each switch.
+    _ui->noteLabel->setMinimumHeight(2 * _ui->noteLabel->fontMetrics().lineSpacing());
+    _ui->noteLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
 
     _taskListsModel = new DWTaskListTableModel(*this, this);
     QTableView* table = _ui->taskListsTableView;
