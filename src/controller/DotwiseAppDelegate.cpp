@@ -235,12 +235,19 @@ void DotwiseAppDelegate::_restoreTaskLists() {
         updateBadgeAsync(taskList, false);
         _fileWatcher->startWatchingFile(taskList->path());
     }
+    // What removeTaskListFromWatchList() does for each missing file, with one
+    // save for all of them rather than one each: saving thousands of task
+    // lists once per missing file would keep the window from showing for
+    // seconds. The table and the menu are filled once the window shows.
     for (const TaskListPointer& taskList : std::as_const(missing)) {
         LW_LOG(3, "-[DotwiseAppDelegate applicationDidFinishLaunching:]",
                QStringLiteral("Removing file from watchlist, because it doesn't exist anymore: %1")
                    .arg(taskList->path()));
-        removeTaskListFromWatchList(taskList);
+        _fileWatcher->stopWatchingFile(taskList->path());
+        setIcon(LWIconImage(), taskList->path(), false);
     }
+    if (!missing.isEmpty())
+        saveTaskLists();
     reloadTable();
 }
 
