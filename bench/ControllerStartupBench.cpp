@@ -1,8 +1,9 @@
 // Start-up of the controller with a large saved watch list: 10,000 task lists
 // spread over 1,000 folders, badging on, an in-memory workspace. Prints the time
-// until the window is shown and until every file is registered and badged, next
-// to a peer measured in the same run: decoding the same archive and looking up
-// the same files, the least any start-up has to do.
+// until the window is shown and until every file is registered and badged, each
+// next to a peer measured in the same run: for the window, decoding the same
+// archive and looking up the same files (the least any start-up has to do); for
+// the badges, reading the same files' contents directly.
 #include "controller/DotwiseAppDelegate.h"
 #include "foundation/LWPreferences.h"
 #include "logging/LWLogger.h"
@@ -22,6 +23,7 @@
 #include <QMainWindow>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -116,7 +118,15 @@ int main(int argc, char* argv[]) {
     }
     const QByteArray archive = DWTaskList::archiveTaskLists(saved);
     LWPreferences::standard().setObject(QStringLiteral("TaskLists"), archive);
-    const int total = int(saved.size());
+    // A returning user: the first-run offer was made long ago.
+    LWPreferences::standard().setBool(QStringLiteral("DidCreateExampleData"), true);
+    // DW_BENCH_MISSING=n deletes n of the saved files first, spread over the
+    // folders, as when lists were deleted while Dotwise wasn't running.
+    const int missing =
+        std::clamp(qEnvironmentVariableIntValue("DW_BENCH_MISSING"), 0, int(saved.size()) - 1);
+    for (int i = 0; i < missing; ++i)
+        QFile::remove(saved.at(qsizetype(i) * 97 % saved.size())->path());
+    const int total = int(saved.size()) - missing;
     saved.clear();
 
     // Peer: decode the archive and look every file up.
@@ -129,6 +139,19 @@ int main(int argc, char* argv[]) {
             existing += QFileInfo::exists(taskList->path());
     }
     const double peerMs = double(timer.nsecsElapsed()) / 1e6;
+
+    // Peer of the badging: read the same files' contents directly, as the
+    // counting must, with nothing drawn or written.
+    timer.restart();
+    qint64 bytesRead = 0;
+    if (auto decoded = DWTaskList::unarchiveTaskLists(archive)) {
+        for (const auto& taskList : *decoded) {
+            QFile in(taskList->path());
+            if (in.open(QIODevice::ReadOnly))
+                bytesRead += in.readAll().size();
+        }
+    }
+    const double readPeerMs = double(timer.nsecsElapsed()) / 1e6;
 
     BenchWorkspace workspace;
     // The window counts as shown when it first paints.
@@ -169,12 +192,16 @@ int main(int argc, char* argv[]) {
     delegate.waitUntilBadgeUpdatesFinish();
     const double badgedMs = double(timer.nsecsElapsed()) / 1e6;
 
-    std::printf("controller start-up: %d task lists in %d folders, badging on\n", total,
-                folderCount);
-    std::printf("  peer (decode archive + stat %d files): %9.1f ms\n", existing, peerMs);
-    std::printf("  window painted (%s, %d registered):   %9.1f ms  (%.1fx peer; goal 1000 ms)\n",
+    std::printf("controller start-up: %d task lists in %d folders (%d saved ones gone), badging "
+                "on\n",
+                total, folderCount, missing);
+    std::printf("  peer A, decode the archive and stat %d files: %9.1f ms\n", existing, peerMs);
+    std::printf("  peer B, read the same files (%lld bytes):   %9.1f ms\n",
+                static_cast<long long>(bytesRead), readPeerMs);
+    std::printf("  window painted (%s, %d registered):  %9.1f ms  %6.1fx peer A  (goal 1000 ms)\n",
                 shown ? "visible" : "NOT visible", registered, shownMs, shownMs / peerMs);
-    std::printf("  every badge written (%d):          %9.1f ms  (%.1fx peer; goal 20000 ms)\n",
-                workspace.badges.load(), badgedMs, badgedMs / peerMs);
+    std::printf(
+        "  every badge written (%d):                %9.1f ms  %6.1fx peer B  (goal 20000 ms)\n",
+        workspace.badges.load(), badgedMs, badgedMs / readPeerMs);
     return shown && registered == total && workspace.badges.load() >= total ? 0 : 1;
 }

@@ -1,10 +1,18 @@
 #!/usr/bin/env bash
 # Builds Dotwise with warnings as errors and runs its tests.
 #
-# Usage: scripts/test.sh            the quick suite (dev preset): what CI runs
-#        scripts/test.sh PRESET...  the given presets in order: dev, ci, e2e
-#                                   (real desktop stack), asan (whole suite under
-#                                   ASan+UBSan), tsan (threaded tests under TSan)
+# Usage: scripts/test.sh            the whole suite, as CI runs it: format, dev,
+#                                   loomwork, e2e, asan, tsan, package
+#        scripts/test.sh STEP...    the given steps in order, e.g. "dev" alone
+#                                   for the quick suite
+# Steps: format   every C++ file as .clang-format says
+#        dev      the quick suite (Debug, -Werror)
+#        ci       the quick suite, optimised
+#        loomwork the library built and tested without the application
+#        e2e      the real desktop stack: Xvfb, D-Bus, gvfs, the real binary
+#        asan     the quick suite under ASan+UBSan
+#        tsan     the threaded tests under TSan
+#        package  the .deb built, installed with dpkg and run (root or sudo)
 #
 # Each step prints how long it took, so CI's time budget stays visible.
 set -euo pipefail
@@ -20,6 +28,12 @@ run_preset() {
   started=$(date +%s)
   echo "== $preset"
   case "$preset" in
+    format)
+      git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
+      ;;
+    package)
+      scripts/package-test.sh
+      ;;
     e2e)
       # The end-to-end tests use the dev build: the app, the CLI and their fixture.
       cmake --preset dev >/dev/null
@@ -51,7 +65,7 @@ run_preset() {
 }
 
 presets=("$@")
-[ ${#presets[@]} -gt 0 ] || presets=(dev)
+[ ${#presets[@]} -gt 0 ] || presets=(format dev loomwork e2e asan tsan package)
 total=$(date +%s)
 for preset in "${presets[@]}"; do
   run_preset "$preset"

@@ -1,5 +1,6 @@
 #include "cli/DWWatchCommand.h"
 
+#include "cli/DWFileArguments.h"
 #include "model/DWTaskCounter.h"
 #include "model/DWTaskRuleSet.h"
 #include "monitoring/DWFileWatcher.h"
@@ -24,40 +25,6 @@
 #include <unistd.h>
 
 namespace {
-enum class Style { Automatic, Todotxt, TaskPaper, SquareBrackets };
-
-int usageError(const QString& reason) {
-    std::fprintf(stderr, "dotwise watch: %s\nUsage: dotwise %s\n", qPrintable(reason),
-                 DWWatchCommand::synopsis());
-    return 2;
-}
-
-std::optional<Style> styleNamed(const QString& name) {
-    if (name == u"auto")
-        return Style::Automatic;
-    if (name == u"todotxt")
-        return Style::Todotxt;
-    if (name == u"taskpaper")
-        return Style::TaskPaper;
-    if (name == u"square-brackets")
-        return Style::SquareBrackets;
-    return std::nullopt;
-}
-
-std::shared_ptr<DWTaskRuleSet> ruleSetFor(Style style, const QString& path) {
-    switch (style) {
-    case Style::Todotxt:
-        return DWTaskRuleSet::todotxtRuleSet();
-    case Style::TaskPaper:
-        return DWTaskRuleSet::taskPaperRuleSet();
-    case Style::SquareBrackets:
-        return DWTaskRuleSet::squareBracketStyleRuleSet();
-    case Style::Automatic:
-        break;
-    }
-    return DWTaskRuleSet::bestMatchFor(path);
-}
-
 // SIGINT and SIGTERM end the event loop through a socket pair, the one
 // thing a signal handler may safely touch.
 int signalSocket[2] = {-1, -1};
@@ -188,40 +155,10 @@ int DWWatchCommand::run(int argc, char* argv[]) {
     QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
     QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
 
-    Style style = Style::Automatic;
-    bool json = false;
-    QStringList paths;
-    bool optionsEnded = false;
-    for (int i = 1; i < argc; ++i) {
-        const QString argument = QFile::decodeName(argv[i]);
-        if (optionsEnded || !argument.startsWith(QLatin1Char('-')) || argument == u"-") {
-            paths.append(argument);
-        } else if (argument == u"--") {
-            optionsEnded = true;
-        } else if (argument == u"--json") {
-            json = true;
-        } else if (argument == u"-h" || argument == u"--help") {
-            std::printf("Usage: dotwise %s\n", synopsis());
-            return 0;
-        } else if (argument == u"--style" || argument.startsWith(u"--style=")) {
-            QString name;
-            if (argument == u"--style") {
-                if (i + 1 >= argc)
-                    return usageError(QStringLiteral("--style needs a value"));
-                name = QFile::decodeName(argv[++i]);
-            } else {
-                name = argument.mid(8);
-            }
-            const std::optional<Style> chosen = styleNamed(name);
-            if (!chosen)
-                return usageError(QStringLiteral("unknown style '%1'").arg(name));
-            style = *chosen;
-        } else {
-            return usageError(QStringLiteral("unknown option '%1'").arg(argument));
-        }
-    }
-    if (paths.isEmpty())
-        return usageError(QStringLiteral("no file given"));
+    const DWFileArguments arguments("watch", synopsis(), argc, argv);
+    if (arguments.exitStatus())
+        return *arguments.exitStatus();
+    const bool json = arguments.json();
 
     // A reader that goes away shows as a failed write, not as a signal.
     std::signal(SIGPIPE, SIG_IGN);
@@ -231,11 +168,11 @@ int DWWatchCommand::run(int argc, char* argv[]) {
     // The watcher knows files by full path; lines show them as given.
     QHash<QString, WatchedFile> files;
     QStringList order;
-    for (const QString& path : std::as_const(paths)) {
+    for (const QString& path : arguments.paths()) {
         const QString fullPath = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
         if (files.contains(fullPath))
             continue;
-        files.insert(fullPath, WatchedFile{path, ruleSetFor(style, path)});
+        files.insert(fullPath, WatchedFile{path, arguments.ruleSetFor(path)});
         order.append(fullPath);
     }
     // Watched before they are counted, so that no save falls in between.

@@ -76,8 +76,10 @@ QVariant DWTaskListTableModel::headerData(int section, Qt::Orientation orientati
         if (section == OpenTasksColumn)
             return tr("Open Tasks");
     }
-    if (role == Qt::TextAlignmentRole && section == OpenTasksColumn)
-        return int(Qt::AlignRight | Qt::AlignVCenter);
+    // Titles line up with their column's contents.
+    if (role == Qt::TextAlignmentRole)
+        return int((section == OpenTasksColumn ? Qt::AlignRight : Qt::AlignLeft) |
+                   Qt::AlignVCenter);
     return QVariant();
 }
 

@@ -50,6 +50,8 @@ const QString didCreateExampleDataKey = QStringLiteral("DidCreateExampleData");
 constexpr int menuBadgeCacheLimit = 256;
 // Least time between two refreshes while badge updates are still queued.
 constexpr qint64 refreshInterval = 200;
+// Longest wait for the window's first paint before the status menu is built.
+constexpr int firstMenuDelay = 250;
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -96,8 +98,14 @@ DotwiseAppDelegate::~DotwiseAppDelegate() {
     delete _statusMenu;
     _statusMenu = nullptr;
     _launchAtLoginController.reset();
-    if (_mainWindow)
+    // The window goes first, while the outlets it reports to are still here,
+    // and no longer reports to this controller while it is taken apart.
+    if (_mainWindow) {
         _mainWindow->removeEventFilter(this);
+        _ui->taskListsTableView->removeEventFilter(this);
+        _ui->taskListsTableView->viewport()->removeEventFilter(this);
+        _mainWindow.reset();
+    }
 }
 
 void DotwiseAppDelegate::_loadInterface() {
@@ -110,6 +118,10 @@ void DotwiseAppDelegate::_loadInterface() {
     QSizePolicy notePolicy = _ui->launchAtLoginNote->sizePolicy();
     notePolicy.setRetainSizeWhenHidden(true);
     _ui->launchAtLoginNote->setSizePolicy(notePolicy);
+    // The note under the table takes one line when off and may wrap to two
+    // when on: room for two keeps the table from jumping at each switch.
+    _ui->noteLabel->setMinimumHeight(2 * _ui->noteLabel->fontMetrics().lineSpacing());
+    _ui->noteLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
 
     _taskListsModel = new DWTaskListTableModel(*this, this);
     QTableView* table = _ui->taskListsTableView;
@@ -180,9 +192,12 @@ void DotwiseAppDelegate::applicationDidFinishLaunching() {
     _mainWindow->raise();
     _mainWindow->activateWindow();
 
-    // Timed like the refreshes after badge updates, so that the updates queued
-    // above do not rebuild a long menu again at once.
-    _refreshAfterBadgeUpdates();
+    // The status menu is built once the window has been painted: with
+    // thousands of task lists the menu takes longer to fill than the window to
+    // show, and the window is what the user waits for. A window that does not
+    // paint (minimised, no screen) still gets its menu a moment later.
+    _statusMenuAwaitsPaint = true;
+    _refreshTimer.start(firstMenuDelay);
     setUpExampleTasksIfNeeded();
 }
 
@@ -220,12 +235,19 @@ void DotwiseAppDelegate::_restoreTaskLists() {
         updateBadgeAsync(taskList, false);
         _fileWatcher->startWatchingFile(taskList->path());
     }
+    // What removeTaskListFromWatchList() does for each missing file, with one
+    // save for all of them rather than one each: saving thousands of task
+    // lists once per missing file would keep the window from showing for
+    // seconds. The table and the menu are filled once the window shows.
     for (const TaskListPointer& taskList : std::as_const(missing)) {
         LW_LOG(3, "-[DotwiseAppDelegate applicationDidFinishLaunching:]",
                QStringLiteral("Removing file from watchlist, because it doesn't exist anymore: %1")
                    .arg(taskList->path()));
-        removeTaskListFromWatchList(taskList);
+        _fileWatcher->stopWatchingFile(taskList->path());
+        setIcon(LWIconImage(), taskList->path(), false);
     }
+    if (!missing.isEmpty())
+        saveTaskLists();
     reloadTable();
 }
 
@@ -276,6 +298,11 @@ bool DotwiseAppDelegate::eventFilter(QObject* watched, QEvent* event) {
             taskDoubleClickAction(table);
         }
         return false; // the table still selects the row
+    }
+    if (watched == _mainWindow.get() && event->type() == QEvent::Paint && _statusMenuAwaitsPaint) {
+        // Right after this paint has reached the screen.
+        _statusMenuAwaitsPaint = false;
+        _refreshTimer.start(0);
     }
     if (watched == _mainWindow.get() && event->type() == QEvent::Close) {
         // Decided after the close went through, as the platform asks once the
@@ -572,6 +599,7 @@ void DotwiseAppDelegate::_badgeUpdateDidFinish(const TaskListPointer& taskList) 
 
 void DotwiseAppDelegate::_refreshAfterBadgeUpdates() {
     _refreshTimer.stop();
+    _statusMenuAwaitsPaint = false;
     _lastRefresh.start();
     reloadTable();
     _updateStatusMenu();

@@ -282,6 +282,7 @@ private:
     // burst rebuilds the table and the menu.
     std::atomic<int> _pendingFollowUps{0};
     QElapsedTimer _lastRefresh;
-    qint64 _refreshCost = 0; // milliseconds the last refresh took
+    qint64 _refreshCost = 0;             // milliseconds the last refresh took
+    bool _statusMenuAwaitsPaint = false; // start-up: menu built after the first paint
     QTimer _refreshTimer;
 };

@@ -5,6 +5,8 @@
 #include <QColor>
 #include <QFont>
 #include <QGuiApplication>
+#include <QHash>
+#include <QMutex>
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
@@ -31,6 +33,50 @@ QImage newCanvas(QSizeF points, qreal devicePixelRatio) {
     image.setDevicePixelRatio(devicePixelRatio);
     image.fill(Qt::transparent);
     return image;
+}
+
+// Badges drawn for icons, by side in points, pixel density and count. Most
+// task lists have few open tasks and icons come in the same five sizes, so a
+// badge is drawn (its shadow blurred) once and then only composed; that is
+// what keeps badging thousands of files quick. Bounded: an unusual mix of
+// counts starts the cache afresh.
+class BadgeCache {
+public:
+    QImage badge(qreal side, bool drawShadow, qreal devicePixelRatio, int openTasks) {
+        const Key key{side, devicePixelRatio, openTasks, drawShadow};
+        {
+            QMutexLocker locker(&_lock);
+            if (const auto found = _badges.constFind(key); found != _badges.constEnd())
+                return *found;
+        }
+        // Drawn outside the lock: two threads may draw the same badge once
+        // each, which is harmless.
+        const DWBadgeImage drawn(QSizeF(side, side), openTasks, drawShadow, devicePixelRatio);
+        QMutexLocker locker(&_lock);
+        if (_badges.size() >= kLimit)
+            _badges.clear();
+        _badges.insert(key, drawn.image());
+        return drawn.image();
+    }
+
+private:
+    struct Key {
+        qreal side, devicePixelRatio;
+        int openTasks;
+        bool drawShadow;
+        bool operator==(const Key&) const = default;
+        friend size_t qHash(const Key& key, size_t seed = 0) {
+            return qHashMulti(seed, key.side, key.devicePixelRatio, key.openTasks, key.drawShadow);
+        }
+    };
+    static constexpr qsizetype kLimit = 512;
+    QMutex _lock;
+    QHash<Key, QImage> _badges;
+};
+
+BadgeCache& badgeCache() {
+    static BadgeCache cache;
+    return cache;
 }
 
 } // namespace
@@ -149,9 +195,13 @@ LWIconImage DWBadgeImage::addBadgeTo(const LWIconImage& icon, int openTasks) {
         if (canvas.isNull())
             continue;
 
-        if (auto badge = newBadgeInRect(rect, openTasks, devicePixelRatio)) {
+        const qreal side = badgeSideFor(size.width());
+        const QImage badge =
+            badgeCache().badge(side, size.width() > 32, devicePixelRatio, openTasks);
+        if (!badge.isNull()) {
+            // As drawAtTopRightOf does: top-right corner, source-over.
             QPainter painter(&canvas);
-            badge->drawAtTopRightOf(painter, rect);
+            painter.drawImage(QPointF(rect.width() - side, 0), badge);
         }
         result.addRepresentation(canvas, size);
     }

@@ -14,8 +14,8 @@ class QPainter;
 //
 // Drawn once, when constructed, into a premultiplied ARGB32 QImage and never
 // redrawn. Only QImage and QPainter are used, so badges can be made on the
-// badge worker thread as well as on the main thread; nothing is shared between
-// calls.
+// badge worker thread as well as on the main thread. addBadgeTo() keeps the
+// badges it draws in a small cache behind a lock, shared by all threads.
 class DWBadgeImage {
 public:
     // Largest side, in pixels, of a badge or a badged representation. Badges

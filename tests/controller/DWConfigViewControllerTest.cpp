@@ -8,6 +8,8 @@
 #include <QVBoxLayout>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 std::shared_ptr<DWTaskList> taskList(const QString& path, std::shared_ptr<DWTaskRuleSet> rules) {
     auto list = std::make_shared<DWTaskList>();
@@ -17,45 +19,43 @@ std::shared_ptr<DWTaskList> taskList(const QString& path, std::shared_ptr<DWTask
 }
 
 int ruleChangedLines() {
-    return int(
-        LWLogger::sharedInstance()->messageBacklog().filter(QStringLiteral("rule changed")).size());
+    return int(LWLogger::sharedInstance()->messageBacklog().filter(u"rule changed"_s).size());
 }
 } // namespace
 
-TEST(ConfigViewController, OffersTaskPaperThenSquareBrackets) {
+TEST(ConfigViewController, OffersTwoStylesAndSelectsTheTaskListsByName) {
     DWConfigViewController controller;
-    ASSERT_EQ(controller.ruleSets().size(), 2);
-    EXPECT_EQ(controller.ruleSets()[0]->name(), QStringLiteral("TaskPaper style"));
-    EXPECT_EQ(controller.ruleSets()[1]->name(), QStringLiteral("Square Brackets Style"));
     auto* popUp = controller.view()->findChild<QComboBox*>();
     ASSERT_NE(popUp, nullptr);
+    ASSERT_EQ(controller.ruleSets().size(), 2);
+    EXPECT_EQ(controller.ruleSets()[0]->name(), u"TaskPaper style"_s);
+    EXPECT_EQ(controller.ruleSets()[1]->name(), u"Square Brackets Style"_s);
     EXPECT_EQ(popUp->count(), 2);
-    EXPECT_EQ(popUp->itemText(0), QStringLiteral("TaskPaper style"));
-}
+    EXPECT_EQ(popUp->itemText(0), u"TaskPaper style"_s);
 
-TEST(ConfigViewController, SelectsTheTaskListsRuleSetByNameAndShowsTheView) {
-    DWConfigViewController controller;
+    // No task list: the superview is left alone.
     QWidget superview;
-    auto* layout = new QVBoxLayout(&superview);
+    controller.addToSuperview(&superview, nullptr);
+    EXPECT_TRUE(superview.children().isEmpty());
+    EXPECT_EQ(controller.view()->parentWidget(), nullptr);
 
     // A fresh rule set: another object than the offered one, with the same name.
-    controller.addToSuperview(
-        &superview, taskList(QStringLiteral("/a/b.taskpaper"), DWTaskRuleSet::taskPaperRuleSet()));
+    auto* layout = new QVBoxLayout(&superview);
+    controller.addToSuperview(&superview,
+                              taskList(u"/a/c.txt"_s, DWTaskRuleSet::squareBracketStyleRuleSet()));
     ASSERT_NE(controller.selectedRuleSet(), nullptr);
-    EXPECT_EQ(controller.selectedRuleSet()->name(), QStringLiteral("TaskPaper style"));
-    EXPECT_EQ(controller.view()->parentWidget(), &superview);
+    EXPECT_EQ(controller.selectedRuleSet()->name(), u"Square Brackets Style"_s);
     EXPECT_EQ(layout->indexOf(controller.view()), 0);
-
-    controller.addToSuperview(&superview, taskList(QStringLiteral("/a/c.txt"),
-                                                   DWTaskRuleSet::squareBracketStyleRuleSet()));
-    EXPECT_EQ(controller.selectedRuleSet()->name(), QStringLiteral("Square Brackets Style"));
+    controller.addToSuperview(&superview,
+                              taskList(u"/a/b.taskpaper"_s, DWTaskRuleSet::taskPaperRuleSet()));
+    EXPECT_EQ(controller.selectedRuleSet()->name(), u"TaskPaper style"_s);
     EXPECT_EQ(layout->count(), 1);
 
     // A style the chooser doesn't offer, or none at all: nothing selected.
-    controller.addToSuperview(
-        &superview, taskList(QStringLiteral("/a/todo.txt"), DWTaskRuleSet::todotxtRuleSet()));
+    controller.addToSuperview(&superview,
+                              taskList(u"/a/todo.txt"_s, DWTaskRuleSet::todotxtRuleSet()));
     EXPECT_EQ(controller.selectedRuleSet(), nullptr);
-    controller.addToSuperview(&superview, taskList(QStringLiteral("/a/none.txt"), nullptr));
+    controller.addToSuperview(&superview, taskList(u"/a/none.txt"_s, nullptr));
     EXPECT_EQ(controller.selectedRuleSet(), nullptr);
 
     controller.removeFromSuperViewAction();
@@ -63,22 +63,12 @@ TEST(ConfigViewController, SelectsTheTaskListsRuleSetByNameAndShowsTheView) {
     EXPECT_EQ(layout->count(), 0);
 }
 
-TEST(ConfigViewController, NullTaskListLeavesTheSuperviewAlone) {
-    DWConfigViewController controller;
-    QWidget superview;
-    const auto selected = controller.selectedRuleSet();
-    controller.addToSuperview(&superview, nullptr);
-    EXPECT_TRUE(superview.children().isEmpty());
-    EXPECT_EQ(controller.view()->parentWidget(), nullptr);
-    EXPECT_EQ(controller.selectedRuleSet(), selected);
-}
-
 TEST(ConfigViewController, EachChangedChoiceIsLoggedAndChangesNothingElse) {
     LWLogger::sharedInstance()->setMaxLogLevel(3);
     LWLogger::sharedInstance()->setMessageBacklogSize(50);
     DWConfigViewController controller;
     QWidget superview;
-    const auto list = taskList(QStringLiteral("/a/b.taskpaper"), DWTaskRuleSet::taskPaperRuleSet());
+    const auto list = taskList(u"/a/b.taskpaper"_s, DWTaskRuleSet::taskPaperRuleSet());
     const auto rules = list->ruleSet();
     const int before = ruleChangedLines();
     controller.addToSuperview(&superview, list); // selecting in code is not a choice
@@ -89,5 +79,5 @@ TEST(ConfigViewController, EachChangedChoiceIsLoggedAndChangesNothingElse) {
     popUp->setCurrentIndex(0);
     EXPECT_EQ(ruleChangedLines(), before + 2);
     EXPECT_EQ(list->ruleSet(), rules);
-    EXPECT_EQ(list->ruleSet()->name(), QStringLiteral("TaskPaper style"));
+    EXPECT_EQ(list->ruleSet()->name(), u"TaskPaper style"_s);
 }

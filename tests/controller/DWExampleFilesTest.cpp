@@ -9,9 +9,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
-const QString kText = QStringLiteral("Example Task List.txt");
-const QString kTaskPaper = QStringLiteral("Example Task List.taskpaper");
+const QString kText = u"Example Task List.txt"_s;
+const QString kTaskPaper = u"Example Task List.taskpaper"_s;
 
 QString freshFolder(const QString& name) {
     const QString path = dwtest::homePath() + QLatin1Char('/') + name;
@@ -31,7 +33,7 @@ int openTasks(const QString& path, std::shared_ptr<DWTaskRuleSet> rules) {
 // counts: open tasks in the square-bracket list, open and done ones in the
 // TaskPaper list.
 TEST(ExampleFiles, CopiesTheExamplesVerbatimAndTheyCountUnderTheirRules) {
-    const QString folder = freshFolder(QStringLiteral("copies"));
+    const QString folder = freshFolder(u"copies"_s);
     const QString text = DWExampleFiles::writeExampleFile(kText, folder);
     const QString taskPaper = DWExampleFiles::writeExampleFile(kTaskPaper, folder);
     ASSERT_EQ(text, folder + QLatin1Char('/') + kText);
@@ -47,21 +49,20 @@ TEST(ExampleFiles, CopiesTheExamplesVerbatimAndTheyCountUnderTheirRules) {
     EXPECT_EQ(openTasks(taskPaper, DWTaskRuleSet::taskPaperRuleSet()), 6);
     // Counted as dashes alone, the done tasks count too: the example has some.
     const auto dashes = std::make_shared<DWTaskRuleSet>(
-        DWTaskRuleSet::taskPaperRuleSet()->openTaskRules(), std::nullopt, QStringLiteral("-"));
+        DWTaskRuleSet::taskPaperRuleSet()->openTaskRules(), std::nullopt, u"-"_s);
     EXPECT_GT(openTasks(taskPaper, dashes), 6);
+
+    // Never over an existing file: a second copy makes nothing.
+    dwtest::writeFile(text, "my own list\n");
+    EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, folder).isEmpty());
+    EXPECT_EQ(dwtest::readFile(text), QByteArray("my own list\n"));
 }
 
-TEST(ExampleFiles, NeverReplacesAnExistingItem) {
-    const QString folder = freshFolder(QStringLiteral("existing"));
-    dwtest::writeFile(folder + QLatin1Char('/') + kText, "my own list\n");
-    EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, folder).isEmpty());
-    EXPECT_EQ(dwtest::readFile(folder + QLatin1Char('/') + kText), QByteArray("my own list\n"));
-    EXPECT_FALSE(DWExampleFiles::writeExampleFile(kTaskPaper, folder).isEmpty());
-
+TEST(ExampleFiles, NeverReplacesADanglingLinkOrAFolder) {
     // A dangling link is an item too: neither it nor what it points at changes;
     // nor does a folder of that name.
-    const QString other = freshFolder(QStringLiteral("dangling"));
-    const QString pointee = other + QStringLiteral("/elsewhere.txt");
+    const QString other = freshFolder(u"dangling"_s);
+    const QString pointee = other + u"/elsewhere.txt"_s;
     ASSERT_TRUE(QFile::link(pointee, other + QLatin1Char('/') + kText));
     EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, other).isEmpty());
     EXPECT_FALSE(QFile::exists(pointee));
@@ -70,26 +71,23 @@ TEST(ExampleFiles, NeverReplacesAnExistingItem) {
 }
 
 TEST(ExampleFiles, HomeTildeAndFoldersThatCannotBeWritten) {
-    EXPECT_EQ(DWExampleFiles::targetPath(kText, QStringLiteral("~")),
+    EXPECT_EQ(DWExampleFiles::targetPath(kText, u"~"_s),
               QDir::homePath() + QLatin1Char('/') + kText);
-    EXPECT_EQ(DWExampleFiles::targetPath(kText, QStringLiteral("/srv/~x")),
-              QStringLiteral("/srv/~x/") + kText);
-    freshFolder(QStringLiteral("Lists"));
-    EXPECT_EQ(DWExampleFiles::writeExampleFile(kText, QStringLiteral("~/Lists")),
-              QDir::homePath() + QStringLiteral("/Lists/") + kText);
+    EXPECT_EQ(DWExampleFiles::targetPath(kText, u"/srv/~x"_s), u"/srv/~x/"_s + kText);
+    freshFolder(u"Lists"_s);
+    EXPECT_EQ(DWExampleFiles::writeExampleFile(kText, u"~/Lists"_s),
+              QDir::homePath() + u"/Lists/"_s + kText);
 
-    EXPECT_TRUE(DWExampleFiles::writeExampleFile(QStringLiteral("Unknown.txt"),
-                                                 freshFolder(QStringLiteral("unknown")))
-                    .isEmpty());
     EXPECT_TRUE(
-        DWExampleFiles::writeExampleFile(kText, dwtest::homePath() + QStringLiteral("/no/such"))
-            .isEmpty());
+        DWExampleFiles::writeExampleFile(u"Unknown.txt"_s, freshFolder(u"unknown"_s)).isEmpty());
+    EXPECT_TRUE(
+        DWExampleFiles::writeExampleFile(kText, dwtest::homePath() + u"/no/such"_s).isEmpty());
     // A file where the folder should be fails for every user, root included.
-    const QString notAFolder = dwtest::homePath() + QStringLiteral("/plain-file");
+    const QString notAFolder = dwtest::homePath() + u"/plain-file"_s;
     dwtest::writeFile(notAFolder, "x");
     EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, notAFolder).isEmpty());
     if (::geteuid() != 0) {
-        const QString readOnly = freshFolder(QStringLiteral("readonly"));
+        const QString readOnly = freshFolder(u"readonly"_s);
         QFile::setPermissions(readOnly, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
         EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, readOnly).isEmpty());
         QFile::setPermissions(readOnly, QFileDevice::ReadOwner | QFileDevice::WriteOwner |

@@ -19,8 +19,8 @@ inline void PrintTo(const QString& text, std::ostream* out) {
 }
 
 namespace {
-const QString kText = QStringLiteral("Example Task List.txt");
-const QString kTaskPaper = QStringLiteral("Example Task List.taskpaper");
+const QString kText = u"Example Task List.txt"_s;
+const QString kTaskPaper = u"Example Task List.taskpaper"_s;
 
 std::unique_ptr<QMimeData> fileDrag(const QStringList& paths) {
     auto data = std::make_unique<QMimeData>();
@@ -65,40 +65,14 @@ protected:
 
 // --- Drops ---------------------------------------------------------------------
 
-TEST_F(WindowControlsTest, DropAddsTheTextFilesInOrderAndSkipsTheRest) {
-    start(true);
-    const QString notes = makeFile(QStringLiteral("notes.md"), "- [ ] a\n");
-    const QString image = makeFile(QStringLiteral("photo.png"), "\x89PNG\r\n");
-    const QString work = makeFile(QStringLiteral("work.taskpaper"), "- a\n- b @done\n");
-    const QString folderNamedLikeText = folder + QStringLiteral("/archive.md");
-    QDir().mkpath(folderNamedLikeText);
-
-    bool offered = false;
-    const auto data = fileDrag({notes, image, folderNamedLikeText, work});
-    EXPECT_TRUE(dragAndDrop(data.get(), Qt::CopyAction | Qt::MoveAction, &offered));
-    EXPECT_TRUE(offered);
-    EXPECT_EQ(listedPaths(), (QStringList{notes, work}));
-    const QString dropping =
-        QStringLiteral("-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]");
-    EXPECT_EQ(logged(QStringLiteral("Dropped plain text file: %1").arg(notes), dropping), 1);
-    EXPECT_EQ(logged(QStringLiteral("Dropped plain text file: %1").arg(image), dropping), 0);
-
-    // Nothing that is text: refused, nothing added. Drags that carry no
-    // files (text, web links) are not even offered.
-    const auto noText = fileDrag({image, folderNamedLikeText});
-    EXPECT_FALSE(dragAndDrop(noText.get(), Qt::CopyAction));
-    QMimeData words;
-    words.setText(QStringLiteral("- [ ] not a file"));
-    words.setUrls({QUrl(QStringLiteral("https://example.org/list.md"))});
-    EXPECT_FALSE(dragAndDrop(&words, Qt::CopyAction, &offered));
-    EXPECT_FALSE(offered);
-    EXPECT_EQ(listedPaths(), (QStringList{notes, work}));
-}
-
-TEST_F(WindowControlsTest, DropIsRefusedWithoutCopyOrWhileBadgingIsOff) {
+TEST_F(WindowControlsTest, DropsAddTheTextFilesInOrderWhenCopyingWhileOn) {
     DotwiseAppDelegate& app = start(true);
-    const QString notes = makeFile(QStringLiteral("notes.md"), "- [ ] a\n");
-    const auto data = fileDrag({notes});
+    const QString notes = makeFile(u"notes.md"_s, "- [ ] a\n");
+    const QString image = makeFile(u"photo.png"_s, "\x89PNG\r\n");
+    const QString work = makeFile(u"work.taskpaper"_s, "- a\n- b @done\n");
+    const QString folderNamedLikeText = folder + u"/archive.md"_s;
+    QDir().mkpath(folderNamedLikeText);
+    const auto data = fileDrag({notes, image, folderNamedLikeText, work});
 
     // A source that only moves or links: not offered, and refused if dropped.
     bool offered = true;
@@ -107,20 +81,38 @@ TEST_F(WindowControlsTest, DropIsRefusedWithoutCopyOrWhileBadgingIsOff) {
     EXPECT_FALSE(app.acceptDrop(data.get(), Qt::MoveAction | Qt::LinkAction));
     EXPECT_TRUE(app.taskLists().isEmpty());
 
-    app.onOffButton()->click(); // off
-    ASSERT_FALSE(app.isDotwiseEnabled());
-    EXPECT_EQ(app.validateDrop(data.get(), Qt::CopyAction), Qt::IgnoreAction);
-    EXPECT_FALSE(dragAndDrop(data.get(), Qt::CopyAction, &offered));
+    EXPECT_TRUE(dragAndDrop(data.get(), Qt::CopyAction | Qt::MoveAction, &offered));
+    EXPECT_TRUE(offered);
+    EXPECT_EQ(listedPaths(), (QStringList{notes, work}));
+    const QString dropping = u"-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]"_s;
+    EXPECT_EQ(logged(u"Dropped plain text file: %1"_s.arg(notes), dropping), 1);
+    EXPECT_EQ(logged(u"Dropped plain text file: %1"_s.arg(image), dropping), 0);
+
+    // Nothing that is text: refused, nothing added. Drags that carry no
+    // files (text, web links) are not even offered.
+    const auto noText = fileDrag({image, folderNamedLikeText});
+    EXPECT_FALSE(dragAndDrop(noText.get(), Qt::CopyAction));
+    QMimeData words;
+    words.setText(u"- [ ] not a file"_s);
+    words.setUrls({QUrl(u"https://example.org/list.md"_s)});
+    EXPECT_FALSE(dragAndDrop(&words, Qt::CopyAction, &offered));
     EXPECT_FALSE(offered);
-    EXPECT_TRUE(app.taskLists().isEmpty());
+
+    // Switched off: not offered, and nothing is added.
+    app.onOffButton()->click();
+    const auto more = fileDrag({makeFile(u"more.md"_s, "- [ ] c\n")});
+    EXPECT_EQ(app.validateDrop(more.get(), Qt::CopyAction), Qt::IgnoreAction);
+    EXPECT_FALSE(dragAndDrop(more.get(), Qt::CopyAction, &offered));
+    EXPECT_FALSE(offered);
+    EXPECT_EQ(listedPaths(), (QStringList{notes, work}));
 }
 
 // --- Delete keys and double-click ---------------------------------------------
 
 TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListOnlyWhileBadgingIsOn) {
-    const QString a = makeFile(QStringLiteral("a.md"), "- [ ] one\n");
-    const QString b = makeFile(QStringLiteral("b.md"), "- [ ] two\n");
-    const QString c = makeFile(QStringLiteral("c.md"), "- [ ] three\n");
+    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
+    const QString b = makeFile(u"b.md"_s, "- [ ] two\n");
+    const QString c = makeFile(u"c.md"_s, "- [ ] three\n");
     saveTaskLists({a, b, c});
     DotwiseAppDelegate& app = start(true);
     app.waitUntilBadgeUpdatesFinish();
@@ -151,9 +143,9 @@ TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListOnlyWhileBadgingIsOn) 
     EXPECT_EQ(listedPaths(), QStringList{c});
 }
 
-TEST_F(WindowControlsTest, DoubleClickOpensTheRowsFileButNotBelowTheRows) {
-    const QString a = makeFile(QStringLiteral("a.md"), "- [ ] one\n");
-    const QString b = makeFile(QStringLiteral("b.md"), "- [ ] two\n");
+TEST_F(WindowControlsTest, DoubleClickOpensTheRowsFileInEitherStateButNotBelowTheRows) {
+    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
+    const QString b = makeFile(u"b.md"_s, "- [ ] two\n");
     saveTaskLists({a, b});
     DotwiseAppDelegate& app = start(true);
     app.mainWindow()->resize(560, 480);
@@ -169,6 +161,13 @@ TEST_F(WindowControlsTest, DoubleClickOpensTheRowsFileButNotBelowTheRows) {
     QTest::mouseDClick(table()->viewport(), Qt::LeftButton, {}, belowTheRows);
     EXPECT_EQ(app.clickedRow(), -1);
     EXPECT_EQ(workspace.openedFiles(), QStringList{b});
+
+    // Switched off, the table is greyed out but its lists still open.
+    app.onOffButton()->click();
+    ASSERT_FALSE(table()->isEnabled());
+    const QRect first = table()->visualRect(app.taskListsModel()->index(0, 0));
+    QTest::mouseDClick(table()->viewport(), Qt::LeftButton, {}, first.center());
+    EXPECT_EQ(workspace.openedFiles(), (QStringList{b, a}));
 }
 
 // --- The switch, Hide/Quit and Return --------------------------------------------
@@ -202,16 +201,39 @@ TEST_F(WindowControlsTest, KnobIsPlacedAtOnceAtStartAndSlidesOnAClick) {
     EXPECT_EQ(loginItem->writeCount(), 0);
 }
 
-TEST_F(WindowControlsTest, ReturnPressesHideOrQuit) {
+TEST_F(WindowControlsTest, ReturnOrClosingHidesWhileOnAndQuitsWhileOff) {
+    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
+    saveTaskLists({a});
+    const QByteArray saved = LWPreferences::standard().dataForKey(u"TaskLists"_s);
     DotwiseAppDelegate& app = start(true);
-    QTest::keyClick(table(), Qt::Key_Return);
+    app.mainWindow()->close();
+    dwtest::processEventsFor(20);
+    EXPECT_EQ(terminations, 0);
+    EXPECT_FALSE(app.applicationShouldHandleReopen());
+    EXPECT_TRUE(app.mainWindow()->isVisible());
+    QTest::keyClick(table(), Qt::Key_Return); // Hide/Quit is the default button
     EXPECT_TRUE(dwtest::waitUntil([&] { return !app.mainWindow()->isVisible(); }, 2000));
     EXPECT_EQ(terminations, 0);
 
+    // Quitting stops the watcher only: badges and the saved list stay.
+    app.waitUntilBadgeUpdatesFinish();
+    workspace.clearEvents();
+    app.applicationWillTerminate();
+    EXPECT_FALSE(app.fileWatcher()->isStreaming());
+    EXPECT_TRUE(workspace.events().isEmpty());
+    EXPECT_TRUE(workspace.hasCustomIcon(a));
+    EXPECT_EQ(LWPreferences::standard().dataForKey(u"TaskLists"_s), saved);
+
+    // Switched off, the button (and Return, also from the keypad) quits, and
+    // so does closing the window.
     app.applicationShouldHandleReopen();
-    app.onOffButton()->click(); // off: the button now quits
+    app.onOffButton()->click();
     QTest::keyClick(app.onOffButton(), Qt::Key_Enter, Qt::KeypadModifier);
     EXPECT_TRUE(dwtest::waitUntil([&] { return terminations == 1; }, 2000));
+    app.hideOrQuitButton()->click();
+    EXPECT_EQ(terminations, 2);
+    app.mainWindow()->close();
+    EXPECT_TRUE(dwtest::waitUntil([&] { return terminations == 3; }, 1000));
 }
 
 // --- First run -------------------------------------------------------------------
@@ -220,7 +242,7 @@ class FirstRunTest : public WindowControlsTest {
 protected:
     void SetUp() override {
         WindowControlsTest::SetUp();
-        LWPreferences::standard().removeObject(QStringLiteral("DidCreateExampleData"));
+        LWPreferences::standard().removeObject(u"DidCreateExampleData"_s);
         desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
         QDir().mkpath(desktop);
     }
@@ -244,10 +266,9 @@ protected:
         EXPECT_EQ(welcome->messageText(),
                   QStringLiteral(
                       "To get started, please select a folder for the two example task lists."));
-        EXPECT_EQ(welcome->informativeText(),
-                  QStringLiteral("Hint: The desktop will work just fine."));
+        EXPECT_EQ(welcome->informativeText(), u"Hint: The desktop will work just fine."_s);
         EXPECT_EQ(welcome->buttons().size(), 1);
-        EXPECT_EQ(welcome->buttons().value(0)->text(), QStringLiteral("Select Folder"));
+        EXPECT_EQ(welcome->buttons().value(0)->text(), u"Select Folder"_s);
         EXPECT_TRUE(welcome->clickButtonWithReturnCode(1));
         dwtest::processEventsFor(20);
         EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
@@ -265,15 +286,15 @@ protected:
 TEST_F(FirstRunTest, ExamplesGoIntoTheChosenFolderInOrderAndAreWatched) {
     start(true);
     // The offer counts as made before the user has answered anything.
-    EXPECT_TRUE(LWPreferences::standard().boolForKey(QStringLiteral("DidCreateExampleData")));
+    EXPECT_TRUE(LWPreferences::standard().boolForKey(u"DidCreateExampleData"_s));
     QFileDialog* chooser = answerWelcome();
     ASSERT_TRUE(chooser);
     EXPECT_EQ(chooser->windowModality(), Qt::WindowModal);
     EXPECT_EQ(chooser->fileMode(), QFileDialog::Directory);
-    EXPECT_EQ(chooser->labelText(QFileDialog::Accept), QStringLiteral("Select"));
+    EXPECT_EQ(chooser->labelText(QFileDialog::Accept), u"Select"_s);
     EXPECT_EQ(QDir(chooser->directory()).canonicalPath(), QDir(desktop).canonicalPath());
 
-    const QString chosen = folder + QStringLiteral("/Lists");
+    const QString chosen = folder + u"/Lists"_s;
     QDir().mkpath(chosen);
     choose(chooser, chosen);
     const QString text = chosen + QLatin1Char('/') + kText;
@@ -284,21 +305,16 @@ TEST_F(FirstRunTest, ExamplesGoIntoTheChosenFolderInOrderAndAreWatched) {
     EXPECT_EQ(delegate->taskLists().at(1)->ruleSet()->name(),
               DWTaskRuleSet::taskPaperRuleSet()->name());
     EXPECT_EQ(savedPaths(), (QStringList{text, taskPaper}));
-    EXPECT_EQ(logged(QStringLiteral("Created example file: %1").arg(kText),
-                     QStringLiteral("-[DotwiseAppDelegate makeExampleFile:inDirectory:rules:]")),
+    EXPECT_EQ(logged(u"Created example file: %1"_s.arg(kText),
+                     u"-[DotwiseAppDelegate makeExampleFile:inDirectory:rules:]"_s),
               1);
     delegate->waitUntilBadgeUpdatesFinish();
     EXPECT_TRUE(workspace.hasCustomIcon(text));
     EXPECT_EQ(menuTitles().mid(0, 2), (QStringList{kText, kTaskPaper}));
-
-    // The next start offers nothing.
-    delegate.reset();
-    start(true);
-    EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
 }
 
 TEST_F(FirstRunTest, AnExistingExampleIsLeftAloneAndNotWatched) {
-    const QString chosen = folder + QStringLiteral("/Existing");
+    const QString chosen = folder + u"/Existing"_s;
     const QString mine = chosen + QLatin1Char('/') + kText;
     dwtest::writeFile(mine, "- [ ] my own list\n");
     start(true);

@@ -198,38 +198,3 @@ TEST_F(ControllerTest, TheLinksCarryTheVersionAndTheVariation) {
               QByteArray("http://www.example.com/go/dwapp/?utm_source=DotwiseApp&utm_medium=dwapp"
                          "&utm_term=web&utm_content=ThreeAppIcons&utm_campaign=FromDotwise"));
 }
-
-TEST_F(ControllerTest, ClosingOrHidingQuitsOnlyWhileOffAndQuittingLeavesEverythingSet) {
-    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
-    saveTaskLists({a});
-    const QByteArray saved = LWPreferences::standard().dataForKey(u"TaskLists"_s);
-    DotwiseAppDelegate& app = start(true);
-    app.mainWindow()->close();
-    dwtest::processEventsFor(20);
-    EXPECT_EQ(terminations, 0);
-    EXPECT_FALSE(app.applicationShouldHandleReopen());
-    EXPECT_TRUE(app.mainWindow()->isVisible());
-    app.hideOrQuitButton()->click();
-    EXPECT_FALSE(app.mainWindow()->isVisible());
-    EXPECT_EQ(terminations, 0);
-
-    // Quitting stops the watcher only: badges and the saved list stay.
-    app.waitUntilBadgeUpdatesFinish();
-    workspace.clearEvents();
-    app.applicationWillTerminate();
-    EXPECT_FALSE(app.fileWatcher()->isStreaming());
-    EXPECT_TRUE(workspace.events().isEmpty());
-    EXPECT_TRUE(workspace.hasCustomIcon(a));
-    EXPECT_EQ(LWPreferences::standard().dataForKey(u"TaskLists"_s), saved);
-
-    // The user switches off: the login item follows; now closing quits.
-    app.applicationShouldHandleReopen();
-    app.onOffButton()->click();
-    EXPECT_FALSE(app.isDotwiseEnabled());
-    EXPECT_EQ(loginItem->writeCount(), 1);
-    EXPECT_FALSE(loginItem->launchAtLogin());
-    app.hideOrQuitButton()->click();
-    EXPECT_EQ(terminations, 1);
-    app.mainWindow()->close();
-    EXPECT_TRUE(dwtest::waitUntil([&] { return terminations == 2; }, 1000));
-}

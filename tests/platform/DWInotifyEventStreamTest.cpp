@@ -17,6 +17,8 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 void PrintTo(const QString& text, std::ostream* out) {
     *out << '"' << text.toStdString() << '"';
 }
@@ -60,9 +62,7 @@ protected:
         EXPECT_TRUE(stream && stream->start());
         return stream;
     }
-    int warningCount() const {
-        return int(logger->messageBacklog().filter(QStringLiteral(" WARN|")).size());
-    }
+    int warningCount() const { return int(logger->messageBacklog().filter(u" WARN|"_s).size()); }
 
     QTemporaryDir root;
     std::shared_ptr<DWInotifyEventStreamFactory> factory = DWInotifyEventStreamFactory::create();
@@ -75,10 +75,10 @@ void endTurnOfEventLoop() {
 } // namespace
 
 TEST_F(InotifyStreamTest, AttributeChangesAndSubdirectoryContentsAreNotReported) {
-    const QString dir = makeDir(QStringLiteral("lists"));
-    const QString sentinel = makeDir(QStringLiteral("sentinel"));
-    const QString list = dir + QStringLiteral("/list.txt");
-    const QString deep = dir + QStringLiteral("/sub/deep.txt");
+    const QString dir = makeDir(u"lists"_s);
+    const QString sentinel = makeDir(u"sentinel"_s);
+    const QString list = dir + u"/list.txt"_s;
+    const QString deep = dir + u"/sub/deep.txt"_s;
     dwtest::writeFile(list, "- task\n");
     dwtest::writeFile(deep, "- task\n");
     Recorder recorder;
@@ -92,51 +92,51 @@ TEST_F(InotifyStreamTest, AttributeChangesAndSubdirectoryContentsAreNotReported)
     ASSERT_EQ(::chmod(QFile::encodeName(list).constData(), 0600), 0);
     ::setxattr(QFile::encodeName(list).constData(), "user.dotwise.test", "1", 1, 0);
     dwtest::writeFile(deep, "- changed\n");
-    dwtest::writeFile(sentinel + QStringLiteral("/x"), "x");
+    dwtest::writeFile(sentinel + u"/x"_s, "x");
     ASSERT_TRUE(recorder.waitFor(sentinel));
     EXPECT_FALSE(recorder.saw(dir));
-    EXPECT_FALSE(recorder.saw(dir + QStringLiteral("/sub")));
+    EXPECT_FALSE(recorder.saw(dir + u"/sub"_s));
     struct stat after {};
     ASSERT_EQ(::stat(QFile::encodeName(list).constData(), &after), 0);
     EXPECT_EQ(after.st_atim.tv_nsec, before.st_atim.tv_nsec) << "access date kept";
 
     // A subdirectory coming or going is a name change in the directory.
-    ASSERT_TRUE(QDir().mkdir(dir + QStringLiteral("/newsub")));
+    ASSERT_TRUE(QDir().mkdir(dir + u"/newsub"_s));
     EXPECT_TRUE(recorder.waitFor(dir));
 }
 
 TEST_F(InotifyStreamTest, AWatchedDirectoryThatGoesIsReportedWithItsOwnPath) {
-    const QString doomed = makeDir(QStringLiteral("doomed"));
-    const QString moved = makeDir(QStringLiteral("moved"));
+    const QString doomed = makeDir(u"doomed"_s);
+    const QString moved = makeDir(u"moved"_s);
     Recorder recorder;
     auto stream = start({doomed, moved}, recorder);
     ASSERT_TRUE(QDir(doomed).removeRecursively());
-    ASSERT_TRUE(QDir().rename(moved, root.path() + QStringLiteral("/moved-away")));
+    ASSERT_TRUE(QDir().rename(moved, root.path() + u"/moved-away"_s));
     EXPECT_TRUE(
         dwtest::waitUntil([&] { return recorder.saw(doomed) && recorder.saw(moved); }, 5000));
 
     // Back again: a new stream over the same names watches them again (not
     // the old directory under its new name).
-    makeDir(QStringLiteral("moved"));
+    makeDir(u"moved"_s);
     stream.reset();
     Recorder again;
     stream = start({doomed, moved}, again);
-    dwtest::writeFile(moved + QStringLiteral("/x"), "x");
+    dwtest::writeFile(moved + u"/x"_s, "x");
     EXPECT_TRUE(again.waitFor(moved));
     EXPECT_EQ(warningCount(), 1) << "the missing one";
 }
 
 TEST_F(InotifyStreamTest, AWindowIsOneBatchOneEventPerDirectoryAndIdsOnlyGrow) {
-    const QString busy = makeDir(QStringLiteral("busy"));
-    const QString calm = makeDir(QStringLiteral("calm"));
+    const QString busy = makeDir(u"busy"_s);
+    const QString calm = makeDir(u"calm"_s);
     Recorder recorder;
     auto stream = factory->createStream({busy, calm}, 0.4, 1'000'000, recorder.callback());
     ASSERT_TRUE(stream->start());
     for (int i = 0; i < 20; ++i)
-        dwtest::writeFile(busy + QStringLiteral("/f%1").arg(i % 3), QByteArray::number(i));
-    dwtest::writeFile(calm + QStringLiteral("/f"), "x");
+        dwtest::writeFile(busy + u"/f%1"_s.arg(i % 3), QByteArray::number(i));
+    dwtest::writeFile(calm + u"/f"_s, "x");
     ASSERT_TRUE(dwtest::waitUntil([&] { return !recorder.batches.isEmpty(); }, 5000));
-    dwtest::writeFile(calm + QStringLiteral("/g"), "y");
+    dwtest::writeFile(calm + u"/g"_s, "y");
     ASSERT_TRUE(dwtest::waitUntil([&] { return recorder.batches.size() == 2; }, 5000));
 
     const QList<DWDirectoryEvent>& first = recorder.batches.at(0);
@@ -150,21 +150,21 @@ TEST_F(InotifyStreamTest, AWindowIsOneBatchOneEventPerDirectoryAndIdsOnlyGrow) {
 }
 
 TEST_F(InotifyStreamTest, AQueueOverflowReportsEveryDirectory) {
-    const QString flooded = makeDir(QStringLiteral("flooded"));
-    const QString quiet = makeDir(QStringLiteral("quiet"));
+    const QString flooded = makeDir(u"flooded"_s);
+    const QString quiet = makeDir(u"quiet"_s);
     Recorder recorder;
     auto stream = start({flooded, quiet}, recorder);
-    QFile limit(QStringLiteral("/proc/sys/fs/inotify/max_queued_events"));
+    QFile limit(u"/proc/sys/fs/inotify/max_queued_events"_s);
     const int queueLength =
         limit.open(QIODevice::ReadOnly) ? limit.readAll().trimmed().toInt() : 16384;
     if (queueLength > 200'000)
         GTEST_SKIP() << "the kernel's queue is too long to fill here";
     // More events than the queue holds while nothing reads; writes alternate
     // between two files so that the kernel can't fold them.
-    const int a = ::open(QFile::encodeName(flooded + QStringLiteral("/a")).constData(),
-                         O_WRONLY | O_CREAT, 0644);
-    const int b = ::open(QFile::encodeName(flooded + QStringLiteral("/b")).constData(),
-                         O_WRONLY | O_CREAT, 0644);
+    const int a =
+        ::open(QFile::encodeName(flooded + u"/a"_s).constData(), O_WRONLY | O_CREAT, 0644);
+    const int b =
+        ::open(QFile::encodeName(flooded + u"/b"_s).constData(), O_WRONLY | O_CREAT, 0644);
     for (int i = 0; i < queueLength / 2 + 100; ++i)
         ASSERT_TRUE(::write(a, "x", 1) == 1 && ::write(b, "x", 1) == 1);
     ::close(a);
@@ -173,9 +173,9 @@ TEST_F(InotifyStreamTest, AQueueOverflowReportsEveryDirectory) {
 }
 
 TEST_F(InotifyStreamTest, ADirectoryThatCannotBeWatchedWarnsOnceAndTheOthersWork) {
-    const QString good = makeDir(QStringLiteral("good"));
-    const QString missing = root.path() + QStringLiteral("/missing");
-    const QString plainFile = root.path() + QStringLiteral("/plain.txt");
+    const QString good = makeDir(u"good"_s);
+    const QString missing = root.path() + u"/missing"_s;
+    const QString plainFile = root.path() + u"/plain.txt"_s;
     dwtest::writeFile(plainFile, "x");
     Recorder recorder;
     auto stream = start({good, missing, plainFile}, recorder);
@@ -184,15 +184,14 @@ TEST_F(InotifyStreamTest, ADirectoryThatCannotBeWatchedWarnsOnceAndTheOthersWork
     EXPECT_TRUE(lines.contains(QStringLiteral("Could not watch directory %1: No such file or "
                                               "directory")
                                    .arg(missing)));
-    EXPECT_TRUE(lines.contains(
-        QStringLiteral("Could not watch directory %1: Not a directory").arg(plainFile)));
-    dwtest::writeFile(good + QStringLiteral("/x"), "x");
+    EXPECT_TRUE(lines.contains(u"Could not watch directory %1: Not a directory"_s.arg(plainFile)));
+    dwtest::writeFile(good + u"/x"_s, "x");
     EXPECT_TRUE(recorder.waitFor(good));
 
     // Rebuilds try again without saying it again; once there, it's watched.
     stream.reset();
     stream = start({good, missing, plainFile}, recorder);
-    makeDir(QStringLiteral("missing"));
+    makeDir(u"missing"_s);
     stream.reset();
     endTurnOfEventLoop();
     stream = start({good, missing, plainFile}, recorder);
@@ -204,12 +203,12 @@ TEST_F(InotifyStreamTest, RebuildsKeepTheInstanceAndTouchOnlyChangedDirectories)
     constexpr int count = 300;
     QStringList dirs;
     for (int i = 0; i < count; ++i)
-        dirs.append(makeDir(QStringLiteral("d%1").arg(i)));
+        dirs.append(makeDir(u"d%1"_s.arg(i)));
     Recorder recorder;
     QSet<QString> set{dirs.at(0), dirs.at(1)};
     auto stream = start(set, recorder);
     endTurnOfEventLoop();
-    dwtest::writeFile(dirs.at(0) + QStringLiteral("/early"), "x"); // queued, not yet read
+    dwtest::writeFile(dirs.at(0) + u"/early"_s, "x"); // queued, not yet read
 
     // A rebuild with one directory more: one addition, in place at once, and
     // nothing from before it started.
@@ -218,7 +217,7 @@ TEST_F(InotifyStreamTest, RebuildsKeepTheInstanceAndTouchOnlyChangedDirectories)
     set.insert(dirs.at(2));
     stream = start(set, rebuilt);
     EXPECT_EQ(factory->watchAdditions(), 3u);
-    dwtest::writeFile(dirs.at(2) + QStringLiteral("/x"), "x");
+    dwtest::writeFile(dirs.at(2) + u"/x"_s, "x");
     ASSERT_TRUE(rebuilt.waitFor(dirs.at(2)));
     EXPECT_FALSE(rebuilt.saw(dirs.at(0)));
     EXPECT_TRUE(recorder.batches.isEmpty()) << "a stopped stream reports nothing";
@@ -240,7 +239,7 @@ TEST_F(InotifyStreamTest, RebuildsKeepTheInstanceAndTouchOnlyChangedDirectories)
     endTurnOfEventLoop();
     EXPECT_EQ(factory->watchAdditions(), quint64(count));
     EXPECT_EQ(factory->instancesOpened(), 1);
-    dwtest::writeFile(dirs.last() + QStringLiteral("/x"), "x");
+    dwtest::writeFile(dirs.last() + u"/x"_s, "x");
     EXPECT_TRUE(rebuilt.waitFor(dirs.last()));
     stream.reset();
     endTurnOfEventLoop();
@@ -248,12 +247,12 @@ TEST_F(InotifyStreamTest, RebuildsKeepTheInstanceAndTouchOnlyChangedDirectories)
 }
 
 TEST_F(InotifyStreamTest, TwoNamesOfOneDirectoryShareOneWatch) {
-    const QString real = makeDir(QStringLiteral("real"));
-    const QString alias = root.path() + QStringLiteral("/alias");
+    const QString real = makeDir(u"real"_s);
+    const QString alias = root.path() + u"/alias"_s;
     ASSERT_TRUE(QFile::link(real, alias));
     Recorder recorder;
     auto stream = start({real, alias}, recorder);
-    dwtest::writeFile(real + QStringLiteral("/x"), "x");
+    dwtest::writeFile(real + u"/x"_s, "x");
     EXPECT_TRUE(dwtest::waitUntil([&] { return recorder.saw(real) && recorder.saw(alias); }, 5000));
     stream.reset();
     stream = start({real}, recorder);
@@ -262,7 +261,7 @@ TEST_F(InotifyStreamTest, TwoNamesOfOneDirectoryShareOneWatch) {
 }
 
 TEST_F(InotifyStreamTest, StreamsBelongToTheFactorysThread) {
-    const QString dir = makeDir(QStringLiteral("lists"));
+    const QString dir = makeDir(u"lists"_s);
     auto elsewhere = [&](bool open) {
         bool ran = false;
         std::unique_ptr<QThread> thread(QThread::create([&] {
@@ -279,6 +278,6 @@ TEST_F(InotifyStreamTest, StreamsBelongToTheFactorysThread) {
     auto stream = start({dir}, recorder);
     EXPECT_FALSE(elsewhere(true)); // made, but won't start
     EXPECT_EQ(warningCount(), 2);
-    dwtest::writeFile(dir + QStringLiteral("/x"), "x");
+    dwtest::writeFile(dir + u"/x"_s, "x");
     EXPECT_TRUE(recorder.waitFor(dir));
 }

@@ -20,6 +20,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 // The daemons the bus starts must use this test's private folders.
 class SessionEnvironment : public ::testing::Environment {
@@ -31,8 +33,8 @@ public:
         for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME"})
             environment.insert(QString::fromLatin1(name), qEnvironmentVariable(name));
         QDBusMessage call = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("UpdateActivationEnvironment"));
+            u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s,
+            u"UpdateActivationEnvironment"_s);
         call << QVariant::fromValue(environment);
         ASSERT_NE(QDBusConnection::sessionBus().call(call).type(), QDBusMessage::ErrorMessage);
     }
@@ -43,10 +45,9 @@ public:
 // The attribute as `gio info` reads it; empty when unset.
 QString customIconOf(const QString& path) {
     QProcess gio;
-    gio.start(QStringLiteral("gio"), {QStringLiteral("info"), QStringLiteral("-a"),
-                                      QStringLiteral("metadata::custom-icon"), path});
+    gio.start(u"gio"_s, {u"info"_s, u"-a"_s, u"metadata::custom-icon"_s, path});
     EXPECT_TRUE(gio.waitForFinished(30000));
-    const QString key = QStringLiteral("metadata::custom-icon: ");
+    const QString key = u"metadata::custom-icon: "_s;
     for (const QString& line : QString::fromUtf8(gio.readAllStandardOutput()).split('\n')) {
         if (line.trimmed().startsWith(key))
             return line.trimmed().mid(key.size());
@@ -109,15 +110,13 @@ TEST(CustomIconsWithMetadataService, StillSetAfterTheDaemonRestarts) {
 }
 
 TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOrContents) {
-    if (QStandardPaths::findExecutable(QStringLiteral("gio")).isEmpty())
+    if (QStandardPaths::findExecutable(u"gio"_s).isEmpty())
         GTEST_SKIP() << "the gio tool (libglib2.0-bin) is not installed";
-    DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, QString()});
-    const QString cache = qEnvironmentVariable("XDG_CACHE_HOME") + QStringLiteral("/dotwise");
-    const QString file = dwtest::homePath() + QStringLiteral("/session/Task List #1.txt");
+    DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
+    const QString cache = qEnvironmentVariable("XDG_CACHE_HOME") + u"/dotwise"_s;
+    const QString file = dwtest::homePath() + u"/session/Task List #1.txt"_s;
     dwtest::writeFile(file, "- [ ] one\n");
-    ASSERT_EQ(QProcess::execute(
-                  QStringLiteral("touch"),
-                  {QStringLiteral("-d"), QStringLiteral("2020-02-29 23:59:58.987654321"), file}),
+    ASSERT_EQ(QProcess::execute(u"touch"_s, {u"-d"_s, u"2020-02-29 23:59:58.987654321"_s, file}),
               0);
     const auto before = timesOf(file);
 
@@ -178,15 +177,15 @@ public slots:
 
 TEST(RevealWithSessionBus, AsksTheFileManagerAndOpensTheFolderWhenNoneAnswers) {
     OpenedUrls opened;
-    QDesktopServices::setUrlHandler(QStringLiteral("file"), &opened, "open");
-    DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, QString()});
-    const QString file = dwtest::homePath() + QStringLiteral("/reveal/100% done.txt");
+    QDesktopServices::setUrlHandler(u"file"_s, &opened, "open");
+    DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
+    const QString file = dwtest::homePath() + u"/reveal/100% done.txt"_s;
     dwtest::writeFile(file, "x\n");
 
     FakeFileManager fileManager;
     QDBusConnection bus = QDBusConnection::sessionBus();
-    const QString name = QStringLiteral("org.freedesktop.FileManager1");
-    ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &fileManager,
+    const QString name = u"org.freedesktop.FileManager1"_s;
+    ASSERT_TRUE(bus.registerObject(u"/org/freedesktop/FileManager1"_s, &fileManager,
                                    QDBusConnection::ExportAllSlots));
     ASSERT_TRUE(bus.registerService(name));
     EXPECT_TRUE(workspace.selectFile(file, QString()));
@@ -198,7 +197,7 @@ TEST(RevealWithSessionBus, AsksTheFileManagerAndOpensTheFolderWhenNoneAnswers) {
     EXPECT_TRUE(workspace.selectFile(file, QString()));
     EXPECT_TRUE(dwtest::waitUntil([&] { return !opened.urls.isEmpty(); }, 10000));
     EXPECT_EQ(opened.urls, QList<QUrl>{QUrl::fromLocalFile(QFileInfo(file).absolutePath())});
-    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    QDesktopServices::unsetUrlHandler(u"file"_s);
 }
 
 #include "DWLinuxWorkspaceSessionTest.moc"

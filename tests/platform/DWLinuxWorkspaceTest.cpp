@@ -13,17 +13,19 @@
 #include <gtest/gtest.h>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 // The shipped MIME package, installed the way a package manager would, before
 // anything in this process asks the MIME database.
 class MimePackageEnvironment : public ::testing::Environment {
 public:
     void SetUp() override {
-        const QString mime = qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/mime");
-        QDir().mkpath(mime + QStringLiteral("/packages"));
+        const QString mime = qEnvironmentVariable("XDG_DATA_HOME") + u"/mime"_s;
+        QDir().mkpath(mime + u"/packages"_s);
         ASSERT_TRUE(QFile::copy(QStringLiteral(DW_SOURCE_DIR "/src/platform/data/dotwise-mime.xml"),
-                                mime + QStringLiteral("/packages/dotwise.xml")));
-        ASSERT_EQ(QProcess::execute(QStringLiteral("update-mime-database"), {mime}), 0);
+                                mime + u"/packages/dotwise.xml"_s));
+        ASSERT_EQ(QProcess::execute(u"update-mime-database"_s, {mime}), 0);
     }
 };
 [[maybe_unused]] ::testing::Environment* const mimePackage =
@@ -32,12 +34,12 @@ public:
 // Made-up icon themes whose icons are solid colours, so the colour tells which
 // file a representation came from.
 QString themeRoot(const QString& name) {
-    const QString root = dwtest::homePath() + QStringLiteral("/themes-") + name;
+    const QString root = dwtest::homePath() + u"/themes-"_s + name;
     QDir(root).removeRecursively();
     return root;
 }
 void writeTheme(const QString& root, const QString& name, const QByteArray& index) {
-    dwtest::writeFile(root + QLatin1Char('/') + name + QStringLiteral("/index.theme"),
+    dwtest::writeFile(root + QLatin1Char('/') + name + u"/index.theme"_s,
                       "[Icon Theme]\nName=" + name.toUtf8() + "\n" + index);
 }
 void writePng(const QString& root, const QString& file, QColor color, int pixels) {
@@ -57,54 +59,49 @@ QColor centre(const QImage& image) {
 }
 const QByteArray scalableOnly =
     "Directories=s\n[s]\nSize=64\nType=Scalable\nMinSize=8\nMaxSize=1024\n";
-const QString bundledIcon = QStringLiteral(":/platform/generic-document.svg");
+const QString bundledIcon = u":/platform/generic-document.svg"_s;
 } // namespace
 
 TEST(IconTheme, ThemesComeBeforeNamesAndInheritanceIsFollowedOnce) {
-    const QString root = themeRoot(QStringLiteral("chain"));
+    const QString root = themeRoot(u"chain"_s);
     const QByteArray fixed32 = "Directories=32\n[32]\nSize=32\nType=Fixed\n";
-    writeTheme(root, QStringLiteral("Mine"), "Inherits=Parent\n" + fixed32);
-    writeTheme(root, QStringLiteral("Parent"), "Inherits=Mine,Missing\n" + fixed32);
-    writeTheme(root, QStringLiteral("hicolor"), fixed32);
-    writeTheme(root, QStringLiteral("Adwaita"), "Inherits=hicolor\n" + fixed32);
-    writePng(root, QStringLiteral("Parent/32/text-plain.png"), Qt::red, 32);
-    writePng(root, QStringLiteral("Mine/32/text-x-generic.png"), Qt::blue, 32);
-    writePng(root, QStringLiteral("Adwaita/32/only-here.png"), Qt::green, 32);
+    writeTheme(root, u"Mine"_s, "Inherits=Parent\n" + fixed32);
+    writeTheme(root, u"Parent"_s, "Inherits=Mine,Missing\n" + fixed32);
+    writeTheme(root, u"hicolor"_s, fixed32);
+    writeTheme(root, u"Adwaita"_s, "Inherits=hicolor\n" + fixed32);
+    writePng(root, u"Parent/32/text-plain.png"_s, Qt::red, 32);
+    writePng(root, u"Mine/32/text-x-generic.png"_s, Qt::blue, 32);
+    writePng(root, u"Adwaita/32/only-here.png"_s, Qt::green, 32);
 
-    const DWIconTheme theme(QStringLiteral("Mine"), {root});
+    const DWIconTheme theme(u"Mine"_s, {root});
     EXPECT_EQ(theme.themeChain(),
-              (QStringList{QStringLiteral("Mine"), QStringLiteral("Parent"),
-                           QStringLiteral("hicolor"), QStringLiteral("Adwaita")}));
+              (QStringList{u"Mine"_s, u"Parent"_s, u"hicolor"_s, u"Adwaita"_s}));
     // The user's theme's generic icon beats a parent's specific one, as in the
     // file manager.
-    EXPECT_EQ(
-        centre(
-            theme.iconNamed({QStringLiteral("text-plain"), QStringLiteral("text-x-generic")}, {32})
-                .largestImage()),
-        QColor(Qt::blue));
-    EXPECT_EQ(centre(theme.iconNamed({QStringLiteral("only-here")}, {32}).largestImage()),
-              QColor(Qt::green));
-    EXPECT_TRUE(theme.iconNamed({QStringLiteral("nowhere")}, {32}).isEmpty());
-    EXPECT_EQ(DWIconTheme(QStringLiteral("NotInstalled"), {root}).themeChain(),
-              (QStringList{QStringLiteral("hicolor"), QStringLiteral("Adwaita")}));
+    EXPECT_EQ(centre(theme.iconNamed({u"text-plain"_s, u"text-x-generic"_s}, {32}).largestImage()),
+              QColor(Qt::blue));
+    EXPECT_EQ(centre(theme.iconNamed({u"only-here"_s}, {32}).largestImage()), QColor(Qt::green));
+    EXPECT_TRUE(theme.iconNamed({u"nowhere"_s}, {32}).isEmpty());
+    EXPECT_EQ(DWIconTheme(u"NotInstalled"_s, {root}).themeChain(),
+              (QStringList{u"hicolor"_s, u"Adwaita"_s}));
 }
 
 TEST(IconTheme, EachSizeFromTheBestDrawingWithTwoXWhereTheThemeHasIt) {
-    const QString root = themeRoot(QStringLiteral("sizes"));
-    writeTheme(root, QStringLiteral("S"),
+    const QString root = themeRoot(u"sizes"_s);
+    writeTheme(root, u"S"_s,
                "Directories=16,16@2,32,256,s,broken\n[16]\nSize=16\nType=Fixed\n[16@2]\nSize=16\n"
                "Scale=2\nType=Fixed\n[32]\nSize=32\nType=Fixed\n[256]\nSize=256\nType=Fixed\n"
                "[s]\nSize=64\nType=Scalable\nMinSize=8\nMaxSize=64\n[broken]\nSize=48\nType=Fixed\n"
                "[nosize]\nType=Fixed\n");
-    writePng(root, QStringLiteral("S/16/i.png"), Qt::red, 16);
-    writePng(root, QStringLiteral("S/16@2/i.png"), Qt::green, 32);
-    writePng(root, QStringLiteral("S/32/i.png"), Qt::blue, 32);
-    writePng(root, QStringLiteral("S/256/i.png"), Qt::magenta, 256);
-    writeSvg(root, QStringLiteral("S/s/i.svg"), Qt::yellow);
-    dwtest::writeFile(root + QStringLiteral("/S/broken/i.png"), "not a png");
+    writePng(root, u"S/16/i.png"_s, Qt::red, 16);
+    writePng(root, u"S/16@2/i.png"_s, Qt::green, 32);
+    writePng(root, u"S/32/i.png"_s, Qt::blue, 32);
+    writePng(root, u"S/256/i.png"_s, Qt::magenta, 256);
+    writeSvg(root, u"S/s/i.svg"_s, Qt::yellow);
+    dwtest::writeFile(root + u"/S/broken/i.png"_s, "not a png");
 
-    const LWIconImage icon = DWIconTheme(QStringLiteral("S"), {root})
-                                 .iconNamed({QStringLiteral("i")}, {16, 32, 48, 128, 512});
+    const LWIconImage icon =
+        DWIconTheme(u"S"_s, {root}).iconNamed({u"i"_s}, {16, 32, 48, 128, 512});
     // 48: the damaged exact bitmap is passed over for the vector drawing meant
     // for it. 128: scaled down from 256 rather than drawn from a vector meant
     // for 64 at most. 512: nothing larger, so the vector.
@@ -124,35 +121,33 @@ TEST(IconTheme, EachSizeFromTheBestDrawingWithTwoXWhereTheThemeHasIt) {
 }
 
 TEST(WorkspaceIcons, FileTypesNameTheIconsAndTheBundledDocumentIsTheLastResort) {
-    const QString root = themeRoot(QStringLiteral("types"));
-    writeTheme(root, QStringLiteral("T"), scalableOnly);
-    writeSvg(root, QStringLiteral("T/s/text-plain.svg"), Qt::red);
-    writeSvg(root, QStringLiteral("T/s/text-x-generic.svg"), Qt::blue);
-    const DWLinuxWorkspace workspace({QStringLiteral("T"), {root}, QString()});
-    const QString files = dwtest::homePath() + QStringLiteral("/typed/");
-    dwtest::writeFile(files + QStringLiteral("notes.txt"), "- [ ] call\n");
-    dwtest::writeFile(files + QStringLiteral("empty.taskpaper"), "");
-    dwtest::writeFile(files + QStringLiteral("blob.dat9"), QByteArray("\x00\x01\xff", 3));
+    const QString root = themeRoot(u"types"_s);
+    writeTheme(root, u"T"_s, scalableOnly);
+    writeSvg(root, u"T/s/text-plain.svg"_s, Qt::red);
+    writeSvg(root, u"T/s/text-x-generic.svg"_s, Qt::blue);
+    const DWLinuxWorkspace workspace({u"T"_s, {root}, QString()});
+    const QString files = dwtest::homePath() + u"/typed/"_s;
+    dwtest::writeFile(files + u"notes.txt"_s, "- [ ] call\n");
+    dwtest::writeFile(files + u"empty.taskpaper"_s, "");
+    dwtest::writeFile(files + u"blob.dat9"_s, QByteArray("\x00\x01\xff", 3));
 
-    const LWIconImage text = workspace.iconForFile(files + QStringLiteral("notes.txt"));
+    const LWIconImage text = workspace.iconForFile(files + u"notes.txt"_s);
     ASSERT_EQ(text.count(), 5);
     for (int i = 0, points = 16; i < 5; ++i, points = points == 32 ? 128 : points * 2) {
         EXPECT_EQ(text.representations()[i].size, QSizeF(points, points));
         EXPECT_EQ(centre(text.representations()[i].image), QColor(Qt::red));
     }
     // TaskPaper has no icon of its own; a missing file goes by its name.
-    EXPECT_EQ(
-        centre(workspace.iconForFile(files + QStringLiteral("empty.taskpaper")).largestImage()),
-        QColor(Qt::blue));
-    EXPECT_EQ(centre(workspace.iconForFile(files + QStringLiteral("gone.txt")).largestImage()),
-              QColor(Qt::red));
-    EXPECT_EQ(workspace.iconForFile(files + QStringLiteral("blob.dat9")).imageForSize(128),
+    EXPECT_EQ(centre(workspace.iconForFile(files + u"empty.taskpaper"_s).largestImage()),
+              QColor(Qt::blue));
+    EXPECT_EQ(centre(workspace.iconForFile(files + u"gone.txt"_s).largestImage()), QColor(Qt::red));
+    EXPECT_EQ(workspace.iconForFile(files + u"blob.dat9"_s).imageForSize(128),
               DWIconTheme::renderImageFile(bundledIcon, 128));
 
     // The themes installed here give a real icon, not the bundled one.
-    const DWLinuxWorkspace installed({QStringLiteral("Adwaita"), {}, QString()});
-    if (installed.iconThemeChain().contains(QStringLiteral("Adwaita"))) {
-        EXPECT_NE(installed.iconForFile(files + QStringLiteral("notes.txt")).imageForSize(128),
+    const DWLinuxWorkspace installed({u"Adwaita"_s, {}, QString()});
+    if (installed.iconThemeChain().contains(u"Adwaita"_s)) {
+        EXPECT_NE(installed.iconForFile(files + u"notes.txt"_s).imageForSize(128),
                   DWIconTheme::renderImageFile(bundledIcon, 128));
     }
 }
@@ -164,16 +159,15 @@ TEST(WorkspaceIcons, SafeOnBackgroundThreads) {
         qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString&) {
             warnings += type != QtDebugMsg && type != QtInfoMsg;
         });
-    const QString root = themeRoot(QStringLiteral("threads"));
-    writeTheme(root, QStringLiteral("T"), scalableOnly);
-    writeSvg(root, QStringLiteral("T/s/text-plain.svg"), Qt::darkGreen);
-    const DWLinuxWorkspace workspace({QStringLiteral("T"), {root}, QString()});
+    const QString root = themeRoot(u"threads"_s);
+    writeTheme(root, u"T"_s, scalableOnly);
+    writeSvg(root, u"T/s/text-plain.svg"_s, Qt::darkGreen);
+    const DWLinuxWorkspace workspace({u"T"_s, {root}, QString()});
     std::atomic<int> good{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&workspace, &good, t] {
-            const QString name = QStringLiteral("/t%1").arg(t) +
-                                 (t % 2 ? QStringLiteral(".txt") : QStringLiteral(".unknown-kind"));
+            const QString name = u"/t%1"_s.arg(t) + (t % 2 ? u".txt"_s : u".unknown-kind"_s);
             good += workspace.iconForFile(dwtest::homePath() + name).count() == 5;
         });
     for (std::thread& thread : threads)
@@ -184,8 +178,8 @@ TEST(WorkspaceIcons, SafeOnBackgroundThreads) {
 }
 
 TEST(WorkspaceTypes, TextMeansTheMimeTypeInheritsPlainText) {
-    const DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, QString()});
-    const QString folder = dwtest::homePath() + QStringLiteral("/types/");
+    const DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
+    const QString folder = dwtest::homePath() + u"/types/"_s;
     const struct {
         const char* name;
         QByteArray contents;
@@ -199,34 +193,32 @@ TEST(WorkspaceTypes, TextMeansTheMimeTypeInheritsPlainText) {
         dwtest::writeFile(folder + QLatin1String(c.name), c.contents);
         EXPECT_EQ(workspace.isTextFile(folder + QLatin1String(c.name)), c.text) << c.name;
     }
-    EXPECT_EQ(QMimeDatabase().mimeTypeForFile(folder + QStringLiteral("plan.taskpaper")).name(),
-              QStringLiteral("text/x-taskpaper"));
-    EXPECT_TRUE(workspace.isTextFile(folder + QStringLiteral("missing.txt")));
-    QDir().mkpath(folder + QStringLiteral("dir.txt"));
-    EXPECT_FALSE(workspace.isTextFile(folder + QStringLiteral("dir.txt")));
+    EXPECT_EQ(QMimeDatabase().mimeTypeForFile(folder + u"plan.taskpaper"_s).name(),
+              u"text/x-taskpaper"_s);
+    EXPECT_TRUE(workspace.isTextFile(folder + u"missing.txt"_s));
+    QDir().mkpath(folder + u"dir.txt"_s);
+    EXPECT_FALSE(workspace.isTextFile(folder + u"dir.txt"_s));
     EXPECT_FALSE(workspace.isTextFile(QString()));
 }
 
 TEST(WorkspaceApplications, DesktopEntriesAreFoundUserFirst) {
-    const DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, QString()});
-    const QString user = qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/applications/");
-    const QString systemData = dwtest::homePath() + QStringLiteral("/system-data");
-    const QString system = systemData + QStringLiteral("/applications/");
+    const DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
+    const QString user = qEnvironmentVariable("XDG_DATA_HOME") + u"/applications/"_s;
+    const QString systemData = dwtest::homePath() + u"/system-data"_s;
+    const QString system = systemData + u"/applications/"_s;
     qputenv("XDG_DATA_DIRS", QFile::encodeName(systemData) + ":/usr/share");
     const QByteArray entry = "[Desktop Entry]\nType=Application\nName=X\nExec=x\n";
     for (const char* name : {"org.example.Both", "org.example.Masked"})
-        dwtest::writeFile(system + QLatin1String(name) + QStringLiteral(".desktop"), entry);
-    dwtest::writeFile(system + QStringLiteral("vendor/tool.desktop"), entry);
-    dwtest::writeFile(user + QStringLiteral("org.example.Both.desktop"), entry);
-    dwtest::writeFile(user + QStringLiteral("org.example.Masked.desktop"),
-                      "[Desktop Entry]\nHidden=true\n");
+        dwtest::writeFile(system + QLatin1String(name) + u".desktop"_s, entry);
+    dwtest::writeFile(system + u"vendor/tool.desktop"_s, entry);
+    dwtest::writeFile(user + u"org.example.Both.desktop"_s, entry);
+    dwtest::writeFile(user + u"org.example.Masked.desktop"_s, "[Desktop Entry]\nHidden=true\n");
 
-    EXPECT_EQ(
-        workspace.absolutePathForApplicationWithIdentifier(QStringLiteral("org.example.Both")),
-        user + QStringLiteral("org.example.Both.desktop"));
+    EXPECT_EQ(workspace.absolutePathForApplicationWithIdentifier(u"org.example.Both"_s),
+              user + u"org.example.Both.desktop"_s);
     // Desktop file IDs map dashes to subfolders.
-    EXPECT_EQ(workspace.absolutePathForApplicationWithIdentifier(QStringLiteral("vendor-tool")),
-              system + QStringLiteral("vendor/tool.desktop"));
+    EXPECT_EQ(workspace.absolutePathForApplicationWithIdentifier(u"vendor-tool"_s),
+              system + u"vendor/tool.desktop"_s);
     for (const char* absent : {"org.example.Masked", "org.example.None", "", "../x", "/etc/passwd"})
         EXPECT_TRUE(
             workspace.absolutePathForApplicationWithIdentifier(QString::fromUtf8(absent)).isEmpty())
@@ -247,29 +239,29 @@ public slots:
 
 TEST(WorkspaceOpening, FilesGoToTheDesktopAndRevealingFallsBackToTheFolder) {
     OpenedUrls opened;
-    QDesktopServices::setUrlHandler(QStringLiteral("file"), &opened, "open");
-    DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, QString()});
-    const QString folder = dwtest::homePath() + QStringLiteral("/open");
-    const QString file = folder + QStringLiteral("/My List.txt");
+    QDesktopServices::setUrlHandler(u"file"_s, &opened, "open");
+    DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
+    const QString folder = dwtest::homePath() + u"/open"_s;
+    const QString file = folder + u"/My List.txt"_s;
     dwtest::writeFile(file, "- [ ] a\n");
 
     EXPECT_TRUE(workspace.openFile(file));
-    EXPECT_FALSE(workspace.openFile(folder + QStringLiteral("/missing.txt")));
-    EXPECT_FALSE(workspace.openUrl(QUrl(QStringLiteral("http://[broken"))));
-    EXPECT_FALSE(workspace.openUrl(QUrl(QStringLiteral("relative/path"))));
+    EXPECT_FALSE(workspace.openFile(folder + u"/missing.txt"_s));
+    EXPECT_FALSE(workspace.openUrl(QUrl(u"http://[broken"_s)));
+    EXPECT_FALSE(workspace.openUrl(QUrl(u"relative/path"_s)));
     // No session bus in this test: revealing opens the folder.
     EXPECT_TRUE(workspace.selectFile(file, QString()));
-    EXPECT_FALSE(workspace.selectFile(folder + QStringLiteral("/missing.txt"), QString()));
+    EXPECT_FALSE(workspace.selectFile(folder + u"/missing.txt"_s, QString()));
     EXPECT_EQ(opened.urls, (QList<QUrl>{QUrl::fromLocalFile(file), QUrl::fromLocalFile(folder)}));
-    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    QDesktopServices::unsetUrlHandler(u"file"_s);
 }
 
 TEST(WorkspaceCustomIcons, WithoutAMetadataServiceTheWriteFailsWithOneWarningAndChangesNothing) {
     LWLogger::sharedInstance()->setMessageBacklogSize(100);
     LWLogger::sharedInstance()->setMessageBacklog({});
-    const QString cache = dwtest::homePath() + QStringLiteral("/icon-cache");
-    DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, cache});
-    const QString file = dwtest::homePath() + QStringLiteral("/nobus/list.txt");
+    const QString cache = dwtest::homePath() + u"/icon-cache"_s;
+    DWLinuxWorkspace workspace({u"hicolor"_s, {}, cache});
+    const QString file = dwtest::homePath() + u"/nobus/list.txt"_s;
     dwtest::writeFile(file, "- [ ] a\n");
     const LWTimestamp date{1614834367, 123456789};
     ASSERT_TRUE(lw::setContentModificationDate(file, date));
@@ -278,10 +270,10 @@ TEST(WorkspaceCustomIcons, WithoutAMetadataServiceTheWriteFailsWithOneWarningAnd
     EXPECT_FALSE(workspace.setIcon(icon, file));
     EXPECT_FALSE(workspace.setIcon(icon, file));
     EXPECT_FALSE(workspace.setIcon(LWIconImage(), file));
-    EXPECT_FALSE(workspace.setIcon(icon, dwtest::homePath() + QStringLiteral("/nobus/gone.txt")));
+    EXPECT_FALSE(workspace.setIcon(icon, dwtest::homePath() + u"/nobus/gone.txt"_s));
     EXPECT_EQ(LWLogger::sharedInstance()
                   ->messageBacklog()
-                  .filter(QStringLiteral("Can't set custom file icons"))
+                  .filter(u"Can't set custom file icons"_s)
                   .size(),
               1);
     EXPECT_TRUE(QDir(cache).entryList(QDir::Files).isEmpty());

@@ -12,14 +12,16 @@
 #include <QJsonObject>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 // Against the real autostart folder under the test's private XDG_CONFIG_HOME.
 class LaunchAtLogin : public ::testing::Test {
 protected:
     void SetUp() override {
-        LWBundle::setMainBundle(LWBundle(QJsonObject{
-            {QStringLiteral("CFBundleIdentifier"), QStringLiteral("org.wrenfield.Dotwise")},
-            {QStringLiteral("CFBundleName"), QStringLiteral("Dotwise")}}));
+        LWBundle::setMainBundle(
+            LWBundle(QJsonObject{{u"CFBundleIdentifier"_s, u"org.wrenfield.Dotwise"_s},
+                                 {u"CFBundleName"_s, u"Dotwise"_s}}));
         QDir(autostart).removeRecursively();
         QFile::remove(autostart);
         QDir().mkpath(autostart);
@@ -27,7 +29,7 @@ protected:
                          [this](bool value) { announced.append(value); });
     }
     QStringList entries() const {
-        return QDir(autostart).entryList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
+        return QDir(autostart).entryList({u"*.desktop"_s}, QDir::Files, QDir::Name);
     }
     void writeEntry(const QString& name, const QString& exec, const QByteArray& extra = {}) {
         dwtest::writeFile(autostart + QLatin1Char('/') + name,
@@ -37,7 +39,7 @@ protected:
 
     const QString program = QCoreApplication::applicationFilePath();
     const QString autostart = LaunchAtLoginController::autostartDirectory();
-    const QString ownName = QStringLiteral("org.wrenfield.Dotwise.desktop");
+    const QString ownName = u"org.wrenfield.Dotwise.desktop"_s;
     LaunchAtLoginController controller;
     QList<bool> announced;
 };
@@ -60,7 +62,7 @@ TEST_F(LaunchAtLogin, EnablingTwiceLeavesOneEntryForThisProgramAndOffRemovesIt) 
 }
 
 TEST_F(LaunchAtLogin, AnotherCopysEntryNeitherCountsNorIsRemoved) {
-    const QString other = dwtest::homePath() + QStringLiteral("/other-copy/dotwise");
+    const QString other = dwtest::homePath() + u"/other-copy/dotwise"_s;
     QDir().mkpath(QFileInfo(other).path());
     ASSERT_TRUE(QFile::exists(other) || QFile::copy(program, other));
     writeEntry(ownName, other);
@@ -78,37 +80,35 @@ TEST_F(LaunchAtLogin, AnotherCopysEntryNeitherCountsNorIsRemoved) {
 
 TEST_F(LaunchAtLogin, HandMadeEntriesCountWhenTheSessionWouldStartThem) {
     // Through a link whose path needs quoting, with arguments and field codes.
-    const QString links = dwtest::homePath() + QStringLiteral("/my apps $1");
+    const QString links = dwtest::homePath() + u"/my apps $1"_s;
     QDir().mkpath(links);
-    ASSERT_TRUE(QFile::link(program, links + QStringLiteral("/dotwise")));
-    writeEntry(QStringLiteral("by-hand.desktop"),
-               DWDesktopEntry::quoteExecArgument(links + QStringLiteral("/dotwise")) +
-                   QStringLiteral(" --tray %U"));
+    ASSERT_TRUE(QFile::link(program, links + u"/dotwise"_s));
+    writeEntry(u"by-hand.desktop"_s,
+               DWDesktopEntry::quoteExecArgument(links + u"/dotwise"_s) + u" --tray %U"_s);
     EXPECT_TRUE(controller.launchAtLogin());
-    QFile::remove(autostart + QStringLiteral("/by-hand.desktop"));
+    QFile::remove(autostart + u"/by-hand.desktop"_s);
     // A bare name is looked up in PATH, also behind env.
     const QByteArray path = qgetenv("PATH");
     qputenv("PATH", QFile::encodeName(links) + ":/usr/bin:/bin");
-    writeEntry(QStringLiteral("from-path.desktop"), QStringLiteral("env LANG=C dotwise"));
+    writeEntry(u"from-path.desktop"_s, u"env LANG=C dotwise"_s);
     EXPECT_TRUE(controller.launchAtLogin());
     qputenv("PATH", path);
-    QFile::remove(autostart + QStringLiteral("/from-path.desktop"));
+    QFile::remove(autostart + u"/from-path.desktop"_s);
 
     // Switched off in the desktop's own ways, or broken: they don't count.
-    writeEntry(QStringLiteral("hidden.desktop"), program, "Hidden=true\n");
-    writeEntry(QStringLiteral("off.desktop"), program, "X-GNOME-Autostart-enabled=false\n");
-    writeEntry(QStringLiteral("quotes.desktop"), QStringLiteral("\"") + program);
-    dwtest::writeFile(autostart + QStringLiteral("/junk.desktop"), QByteArray("\x00\xff\x13", 3));
+    writeEntry(u"hidden.desktop"_s, program, "Hidden=true\n");
+    writeEntry(u"off.desktop"_s, program, "X-GNOME-Autostart-enabled=false\n");
+    writeEntry(u"quotes.desktop"_s, u"\""_s + program);
+    dwtest::writeFile(autostart + u"/junk.desktop"_s, QByteArray("\x00\xff\x13", 3));
     EXPECT_FALSE(controller.launchAtLogin());
 
     // Every entry that counts goes, or the switch could not be turned off.
-    writeEntry(QStringLiteral("a.desktop"), program);
-    writeEntry(QStringLiteral("b.desktop"), program, "X-GNOME-Autostart-enabled=true\n");
+    writeEntry(u"a.desktop"_s, program);
+    writeEntry(u"b.desktop"_s, program, "X-GNOME-Autostart-enabled=true\n");
     controller.setLaunchAtLogin(false);
     EXPECT_FALSE(controller.launchAtLogin());
-    EXPECT_EQ(entries(),
-              (QStringList{QStringLiteral("hidden.desktop"), QStringLiteral("junk.desktop"),
-                           QStringLiteral("off.desktop"), QStringLiteral("quotes.desktop")}));
+    EXPECT_EQ(entries(), (QStringList{u"hidden.desktop"_s, u"junk.desktop"_s, u"off.desktop"_s,
+                                      u"quotes.desktop"_s}));
 
     // Our own switched-off entry is switched back on in place.
     writeEntry(ownName, program, "Hidden=true\n");
@@ -128,7 +128,7 @@ TEST_F(LaunchAtLogin, AnUnwritableAutostartFolderReadsAsOff) {
 TEST(DummyLaunchAtLogin, KeepsItsFlagInThePreferencesAndLeavesAutostartAlone) {
     const QString autostart = LaunchAtLoginController::autostartDirectory();
     QDir(autostart).removeRecursively();
-    LWPreferences::standard().removeObject(QStringLiteral("ptlalFlag"));
+    LWPreferences::standard().removeObject(u"ptlalFlag"_s);
     EXPECT_FALSE(DummyLaunchAtLoginController().launchAtLogin());
     DummyLaunchAtLoginController().setLaunchAtLogin(true);
     // On disk at once: the next launch sees it.
@@ -139,12 +139,10 @@ TEST(DummyLaunchAtLogin, KeepsItsFlagInThePreferencesAndLeavesAutostartAlone) {
 
 TEST(DesktopEntry, ExecValuesSurviveQuotingAndEscaping) {
     // Whatever a path holds, writing and reading it back gives the same path.
-    for (const QString& path : {QStringLiteral("/with space/\"quotes\"/x"),
-                                QStringLiteral("/d$llar/`tick`/back\\slash/100%"),
-                                QStringLiteral(" /leading blank\tand tab")}) {
+    for (const QString& path : {u"/with space/\"quotes\"/x"_s, u"/d$llar/`tick`/back\\slash/100%"_s,
+                                u" /leading blank\tand tab"_s}) {
         DWDesktopEntry written;
-        written.setValue(QStringLiteral("Exec"),
-                         DWDesktopEntry::quoteExecArgument(path) + QStringLiteral(" %U"));
+        written.setValue(u"Exec"_s, DWDesktopEntry::quoteExecArgument(path) + u" %U"_s);
         const auto read = DWDesktopEntry::fromData("[Other]\nExec=wrong\n" + written.toData());
         ASSERT_TRUE(read.has_value());
         EXPECT_EQ(read->execArguments(), QStringList{path});

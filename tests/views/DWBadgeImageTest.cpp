@@ -72,6 +72,10 @@ TEST(BadgeImage, WorkedValuesHoldInNumbersAndInPixels) {
                 << count;
             EXPECT_NEAR(ink.width(), expected.width(), std::max(2.5, expected.width() * 0.06))
                 << count;
+            if (row.shadow) { // centred (small badges are too few pixels to tell)
+                EXPECT_NEAR(ink.center().x(), row.side / 2, row.side / 16) << count;
+                EXPECT_NEAR(ink.center().y(), row.side / 2, row.side / 10) << count;
+            }
         }
     }
     for (const auto& [icon, side] :
@@ -115,14 +119,6 @@ TEST(BadgeImage, DiscGlossCornersAndShadowRoom) {
                     ASSERT_EQ(c.red() + c.green() + c.blue(), 0) << x << "," << y;
                     ASSERT_LE(c.alpha(), 128) << x << "," << y;
                 }
-    }
-}
-
-TEST(BadgeImage, TextIsCentred) {
-    for (const int count : {0, 7, 42, -1}) {
-        const QRect ink = inkBounds(badge(102, count, true));
-        EXPECT_NEAR(ink.center().x(), 51, 6) << count;
-        EXPECT_NEAR(ink.center().y(), 51, 10) << count;
     }
 }
 

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 int lightness(QRgb pixel) {
     return qGray(pixel);
@@ -37,25 +39,23 @@ TEST(FancyView, PanelIsInsetFivePointsAndRingedByAFadingGlow) {
     EXPECT_LT(lightness(canvas.pixel(75, 30)), lightness(canvas.pixel(77, 30)));
 }
 
-TEST(NamedImage, EveryImageTheViewsAndMenusNameIsEmbedded) {
+TEST(NamedImage, EveryImageTheViewsAndMenusNameIsEmbeddedAndNoOther) {
     for (const char* name : {"OnOffButton", "OnOffKnob", "StatusIconTemplate", "noise"}) {
         const QImage image = DWNamedImage::imageNamed(QString::fromLatin1(name));
         EXPECT_FALSE(image.isNull()) << name;
     }
     // Vector pictures are rendered for the screen's density at the same size
     // in points.
-    const QImage single = DWNamedImage::imageNamed(QStringLiteral("OnOffButton"), 1.0);
-    const QImage doubled = DWNamedImage::imageNamed(QStringLiteral("OnOffButton"), 2.0);
+    const QImage single = DWNamedImage::imageNamed(u"OnOffButton"_s, 1.0);
+    const QImage doubled = DWNamedImage::imageNamed(u"OnOffButton"_s, 2.0);
     EXPECT_EQ(doubled.size(), single.size() * 2);
     EXPECT_EQ(doubled.deviceIndependentSize(), single.deviceIndependentSize());
-}
 
-TEST(NamedImage, UnknownNameGivesNullImageAndAWarning) {
+    // An unknown name: a null image and a warning.
     LWLogger::sharedInstance()->setMessageBacklogSize(10);
-    EXPECT_TRUE(DWNamedImage::imageNamed(QStringLiteral("NoSuchPicture")).isNull());
-    const QStringList backlog = LWLogger::sharedInstance()->messageBacklog();
-    ASSERT_FALSE(backlog.isEmpty());
-    EXPECT_TRUE(backlog.first().contains(QStringLiteral("No image named: NoSuchPicture")));
+    EXPECT_TRUE(DWNamedImage::imageNamed(u"NoSuchPicture"_s).isNull());
+    EXPECT_TRUE(LWLogger::sharedInstance()->messageBacklog().value(0).contains(
+        u"No image named: NoSuchPicture"_s));
 }
 
 TEST(NamedImage, PanelImageIsALightDrawingInADarkRim) {

@@ -30,7 +30,7 @@ bool isImagePixel(QRgb pixel) {
 }
 } // namespace
 
-TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClipped) {
+TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClippedOrTheNamedOne) {
     DWOnOffButtonView view;
     view.resize(200, 100);
     view.setImage(coordinateImage(120, 61));
@@ -38,10 +38,8 @@ TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClipped) {
     // (200 - 120) / 2 = 40 and round((100 - 61) / 2) = round(19.5) = 20.
     EXPECT_EQ(canvas.pixel(40, 20), qRgb(0, 0, 255));
     EXPECT_EQ(canvas.pixel(159, 80), qRgb(119, 60, 255));
-    EXPECT_FALSE(isImagePixel(canvas.pixel(39, 20)));
-    EXPECT_FALSE(isImagePixel(canvas.pixel(40, 19)));
-    EXPECT_FALSE(isImagePixel(canvas.pixel(160, 80)));
-    EXPECT_FALSE(isImagePixel(canvas.pixel(159, 81)));
+    for (const QPoint outside : {QPoint(39, 20), QPoint(40, 19), QPoint(160, 80), QPoint(159, 81)})
+        EXPECT_FALSE(isImagePixel(canvas.pixel(outside)));
 
     // A picture larger than the view: centred at (-20, -10) and clipped.
     view.resize(100, 50);
@@ -49,70 +47,44 @@ TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClipped) {
     const QImage clipped = render(view);
     EXPECT_EQ(clipped.pixel(0, 0), qRgb(20, 10, 255));
     EXPECT_EQ(clipped.pixel(99, 49), qRgb(119, 59, 255));
-}
 
-TEST(OnOffButtonView, FallsBackToTheNamedPictureWhenNoneIsSet) {
-    DWOnOffButtonView view;
-    view.resize(300, 120);
-    EXPECT_TRUE(view.image().isNull());
+    // Without a picture of its own it draws the named one, and sizes to it.
+    view.setImage(QImage());
     render(view);
     const QImage named = view.image();
     ASSERT_FALSE(named.isNull());
     EXPECT_EQ(view.sizeHint(), named.deviceIndependentSize().toSize());
-
-    view.setImage(coordinateImage(10, 10));
-    EXPECT_EQ(render(view).pixel(145, 55), qRgb(0, 0, 255));
-
-    view.setImage(QImage());
-    render(view);
-    EXPECT_EQ(view.image().size(), named.size());
 }
 
-class OnOffButtonViewClicks : public ::testing::Test {
-protected:
-    void SetUp() override {
-        view.resize(200, 80);
-        label = new QLabel(QStringLiteral("not a button"), &view);
-        label->setGeometry(0, 0, 20, 20);
-        first = new QPushButton(&view);
-        first->setCheckable(true);
-        first->setGeometry(100, 0, 100, 80);
-        second = new QPushButton(&view);
-        second->setGeometry(150, 0, 50, 80);
-    }
-    void clickOnView(QPoint press, QPoint release) {
+// A label, then two buttons, the second over the first's right half.
+TEST(OnOffButtonView, AReleaseInsideClicksTheFirstButtonOnly) {
+    DWOnOffButtonView view;
+    view.resize(200, 80);
+    (new QLabel(QStringLiteral("not a button"), &view))->setGeometry(0, 0, 20, 20);
+    auto* first = new QPushButton(&view);
+    first->setCheckable(true);
+    first->setGeometry(100, 0, 100, 80);
+    auto* second = new QPushButton(&view);
+    second->setGeometry(150, 0, 50, 80);
+    QSignalSpy clicks(first, &QAbstractButton::clicked);
+    QSignalSpy secondClicks(second, &QAbstractButton::clicked);
+    const auto click = [&](QPoint press, QPoint release) {
         QTest::mousePress(&view, Qt::LeftButton, {}, press);
         QTest::mouseRelease(&view, Qt::LeftButton, {}, release);
-    }
+    };
 
-    DWOnOffButtonView view;
-    QLabel* label = nullptr;
-    QPushButton* first = nullptr;
-    QPushButton* second = nullptr;
-};
-
-TEST_F(OnOffButtonViewClicks, ClickAnywhereClicksTheFirstButtonOnly) {
-    QSignalSpy firstClicks(first, &QAbstractButton::clicked);
-    QSignalSpy secondClicks(second, &QAbstractButton::clicked);
-    clickOnView({30, 40}, {30, 40});
-    EXPECT_EQ(firstClicks.count(), 1);
-    EXPECT_EQ(secondClicks.count(), 0);
-    EXPECT_TRUE(first->isChecked()); // a click toggles the knob's state
-    // Left and top edges are inside.
-    clickOnView({0, 0}, {0, 0});
-    EXPECT_EQ(firstClicks.count(), 2);
-    EXPECT_FALSE(first->isChecked());
-}
-
-TEST_F(OnOffButtonViewClicks, ReleaseOutsideTheBoundsDoesNothing) {
-    QSignalSpy firstClicks(first, &QAbstractButton::clicked);
-    clickOnView({30, 40}, {200, 40}); // the right edge is outside
-    clickOnView({30, 40}, {30, 80});  // so is the bottom edge
-    clickOnView({30, 40}, {-1, 40});
-    clickOnView({30, 40}, {500, 500});
-    EXPECT_EQ(firstClicks.count(), 0);
+    // Released outside (the right and bottom edges count as outside), or
+    // with another button: nothing.
+    for (const QPoint outside : {QPoint(200, 40), QPoint(30, 80), QPoint(-1, 40)})
+        click({30, 40}, outside);
     QTest::mouseClick(&view, Qt::RightButton, {}, {30, 40});
-    EXPECT_EQ(firstClicks.count(), 0);
-    clickOnView({30, 40}, {199, 79});
-    EXPECT_EQ(firstClicks.count(), 1);
+    EXPECT_EQ(clicks.count(), 0);
+
+    click({30, 40}, {30, 40});
+    EXPECT_EQ(clicks.count(), 1);
+    EXPECT_TRUE(first->isChecked()); // a click toggles the knob's state
+    click({30, 40}, {0, 0});         // the left and top edges are inside
+    click({30, 40}, {199, 79});
+    EXPECT_EQ(clicks.count(), 3);
+    EXPECT_EQ(secondClicks.count(), 0);
 }
