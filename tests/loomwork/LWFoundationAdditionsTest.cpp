@@ -250,6 +250,9 @@ TEST(DateAdditions, DurationWordingAtItsBoundaries) {
     // Sub-second precision counts: 59.999 seconds are still under a minute.
     EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addMSecs(59999)),
               QStringLiteral("less than 1 minute"));
+    // Days beyond what a 32-bit count holds.
+    EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addDays(3000000000)),
+              QStringLiteral("3000000000 days"));
 
     LWDurationInDaysHoursOrMinutesValueTransformer transformer;
     EXPECT_EQ(transformer.transformedValue(QDateTime::currentDateTime().addSecs(-7300)).toString(),

@@ -5,7 +5,9 @@
 #include "logging/LWLogger.h"
 
 #include <QJsonObject>
+#include <QThread>
 #include <gtest/gtest.h>
+#include <vector>
 
 TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
     LWBundle::setMainBundle(
@@ -13,9 +15,20 @@ TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
                              {QStringLiteral("LWConfigMessageBacklogSize"), 5}}));
     LWPreferences::standard().setBool(QStringLiteral("DebugLoggingEnabled"), true);
 
+    // First used from several threads at once: one logger, configured once.
     ::testing::internal::CaptureStderr();
+    LWLogger* seen[4] = {};
+    std::vector<std::unique_ptr<QThread>> workers;
+    for (auto& slot : seen) {
+        workers.emplace_back(QThread::create([&slot] { slot = LWLogger::sharedInstance(); }));
+        workers.back()->start();
+    }
+    for (auto& worker : workers)
+        worker->wait();
     LWLogger* logger = LWLogger::sharedInstance();
     const QString out = QString::fromStdString(::testing::internal::GetCapturedStderr());
+    for (LWLogger* other : seen)
+        EXPECT_EQ(other, logger);
 
     // The preference overrides the information list's level 1.
     EXPECT_EQ(logger->maxLogLevel(), 3);
@@ -27,5 +40,4 @@ TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
     // The notice reached the logger being built: it is the first backlog line.
     ASSERT_EQ(logger->messageBacklog().size(), 1);
     EXPECT_TRUE(logger->messageBacklog()[0].startsWith(QStringLiteral(" INFO| Enabling")));
-    EXPECT_EQ(LWLogger::sharedInstance(), logger);
 }
