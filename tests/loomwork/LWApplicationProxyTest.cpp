@@ -7,6 +7,8 @@
 #include <QRegularExpression>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 struct Call {
     QString command;
@@ -35,7 +37,7 @@ template <typename Work> QStringList warningsDuring(Work work) {
     work();
     const QString output = QString::fromStdString(::testing::internal::GetCapturedStderr());
     QStringList lines;
-    static const QRegularExpression prefix(QStringLiteral("^\\S+ \\S+ \\S+\\[\\d+:\\d+\\] "));
+    static const QRegularExpression prefix(u"^\\S+ \\S+ \\S+\\[\\d+:\\d+\\] "_s);
     for (QString line : output.split(u'\n', Qt::SkipEmptyParts))
         lines.append(line.remove(prefix));
     return lines;
@@ -45,10 +47,10 @@ class ApplicationProxyTest : public ::testing::Test {
 protected:
     void SetUp() override {
         proxy.setActivateApplication([this] { ++activations; });
-        proxy.setDelegateForName(QStringLiteral("editor"), handler);
+        proxy.setDelegateForName(u"editor"_s, handler);
     }
     FakeWorkspace workspace;
-    LWApplicationProxy proxy{QStringLiteral("myscheme"), &workspace};
+    LWApplicationProxy proxy{u"myscheme"_s, &workspace};
     std::shared_ptr<RecordingHandler> handler = std::make_shared<RecordingHandler>(
         QStringList{"rpcOpenFile:atLine:", "rpcRefresh", "rpcOpen", "rpcOpen:", "rpc:"});
     int activations = 0;
@@ -136,11 +138,10 @@ TEST_F(ApplicationProxyTest, IncomingURLsCallCommandsOrAreRefusedWithAWarning) {
 
 TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
     auto log = std::make_unique<dwtest::LogCapture>();
-    proxy.remoteInvokeSelector(QStringLiteral("rpcOpenFile:atLine:"), QStringLiteral("editor"),
-                               {QStringLiteral("My Notes.txt"), 12});
+    proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"editor"_s, {u"My Notes.txt"_s, 12});
     ASSERT_EQ(workspace.openedUrls().size(), 1);
     EXPECT_EQ(workspace.openedUrls().first().toString(QUrl::FullyEncoded),
-              QStringLiteral("myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12"));
+              u"myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12"_s);
     EXPECT_EQ(activations, 1);
     ASSERT_EQ(log->loggerLines().size(), 1);
     const QString line = log->loggerLines().first();
@@ -148,27 +149,24 @@ TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
         "DEBUG| App proxy: opening URL: myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12 "
         "|LWApplicationProxy:")))
         << line.toStdString();
-    EXPECT_TRUE(line.endsWith(
-        QStringLiteral("| -[LWApplicationProxy remoteInvokeSelector:handler:arguments:]")));
+    EXPECT_TRUE(
+        line.endsWith(u"| -[LWApplicationProxy remoteInvokeSelector:handler:arguments:]"_s));
     log.reset();
 
     auto sent = [&](const char* selector, const QVariantList& args) {
         workspace.clearRecords();
-        proxy.remoteInvokeSelector(QString::fromUtf8(selector), QStringLiteral("handler"), args);
+        proxy.remoteInvokeSelector(QString::fromUtf8(selector), u"handler"_s, args);
         return workspace.openedUrls().isEmpty()
                    ? QString()
                    : workspace.openedUrls().first().toString(QUrl::FullyEncoded);
     };
-    EXPECT_EQ(sent("rpcRefresh", {QStringLiteral("ignored")}),
-              QStringLiteral("myscheme://handler/rpcRefresh"));
-    EXPECT_EQ(sent("rpcOpen:", {QStringLiteral("x")}),
-              QStringLiteral("myscheme://handler/rpcOpen/x"));
+    EXPECT_EQ(sent("rpcRefresh", {u"ignored"_s}), u"myscheme://handler/rpcRefresh"_s);
+    EXPECT_EQ(sent("rpcOpen:", {u"x"_s}), u"myscheme://handler/rpcOpen/x"_s);
     // Arguments end at the first invalid entry.
-    EXPECT_EQ(sent("rpcA:", {QStringLiteral("1"), QVariant(), QStringLiteral("3")}),
-              QStringLiteral("myscheme://handler/rpcA/1"));
+    EXPECT_EQ(sent("rpcA:", {u"1"_s, QVariant(), u"3"_s}), u"myscheme://handler/rpcA/1"_s);
 
-    QStringList warnings = warningsDuring(
-        [&] { EXPECT_TRUE(sent("rpcOpenFile:atLine:", {QStringLiteral("x")}).isNull()); });
+    QStringList warnings =
+        warningsDuring([&] { EXPECT_TRUE(sent("rpcOpenFile:atLine:", {u"x"_s}).isNull()); });
     EXPECT_EQ(warnings, QStringList{"WARNING: Number of parameters ((\"rpcOpenFile\", \"atLine\")) "
                                     "and arguments ((\"x\")) do not match."});
     warnings = warningsDuring([&] { EXPECT_TRUE(sent("::", {}).isNull()); });
@@ -176,8 +174,8 @@ TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
     warnings =
         warningsDuring([&] { EXPECT_TRUE(sent("rpcOpen:", {QString(QChar(0xD800))}).isNull()); });
     ASSERT_EQ(warnings.size(), 1);
-    EXPECT_TRUE(warnings.first().startsWith(QStringLiteral("WARNING: Invalid command string: ")));
-    proxy.setAppProtocol(QStringLiteral("my scheme"));
+    EXPECT_TRUE(warnings.first().startsWith(u"WARNING: Invalid command string: "_s));
+    proxy.setAppProtocol(u"my scheme"_s);
     warnings = warningsDuring([&] { EXPECT_TRUE(sent("rpcRefresh", {}).isNull()); });
     EXPECT_EQ(warnings,
               QStringList{"WARNING: Invalid command string: my scheme://handler/rpcRefresh"});
@@ -187,7 +185,7 @@ TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
 // Sending and then receiving gives back the same command and texts, for any
 // argument text.
 TEST_F(ApplicationProxyTest, SentCommandsComeBackUnchanged) {
-    QStringList samples{QChar(0xFEFF) + QStringLiteral("bom"), QString(QChar(0))};
+    QStringList samples{QChar(0xFEFF) + u"bom"_s, QString(QChar(0))};
     for (const char* text : {"",          "/",          "?",      "#",          "%",
                              "+",         " ",          "a b",    ":",          "&",
                              "=",         "%2F",        "..",     "~",          "a\nb",
@@ -216,8 +214,7 @@ TEST_F(ApplicationProxyTest, SentCommandsComeBackUnchanged) {
         const QString second = samples[i + 1];
         workspace.clearRecords();
         handler->calls.clear();
-        proxy.remoteInvokeSelector(QStringLiteral("rpcOpenFile:atLine:"), QStringLiteral("editor"),
-                                   {first, second});
+        proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"editor"_s, {first, second});
         ASSERT_EQ(workspace.openedUrls().size(), 1) << first.toStdString();
         proxy.handleIncomingURL(workspace.openedUrls().first().toString(QUrl::FullyEncoded));
         ASSERT_EQ(handler->calls.size(), 1) << first.toStdString();

@@ -9,11 +9,12 @@
 #include <gtest/gtest.h>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
     LWBundle::setMainBundle(
-        LWBundle(QJsonObject{{QStringLiteral("LWConfigLogLevel"), 1},
-                             {QStringLiteral("LWConfigMessageBacklogSize"), 5}}));
-    LWPreferences::standard().setBool(QStringLiteral("DebugLoggingEnabled"), true);
+        LWBundle(QJsonObject{{u"LWConfigLogLevel"_s, 1}, {u"LWConfigMessageBacklogSize"_s, 5}}));
+    LWPreferences::standard().setBool(u"DebugLoggingEnabled"_s, true);
 
     // First used from several threads at once: one logger, configured once.
     ::testing::internal::CaptureStderr();
@@ -36,8 +37,8 @@ TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
     EXPECT_TRUE(out.contains(QStringLiteral(
         " INFO| Enabling debug logging based on special setting: DebugLoggingEnabled |LWLogger:")))
         << out.toStdString();
-    EXPECT_TRUE(out.trimmed().endsWith(QStringLiteral("| -[LWLogger init]")));
+    EXPECT_TRUE(out.trimmed().endsWith(u"| -[LWLogger init]"_s));
     // The notice reached the logger being built: it is the first backlog line.
     ASSERT_EQ(logger->messageBacklog().size(), 1);
-    EXPECT_TRUE(logger->messageBacklog()[0].startsWith(QStringLiteral(" INFO| Enabling")));
+    EXPECT_TRUE(logger->messageBacklog()[0].startsWith(u" INFO| Enabling"_s));
 }

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 // Restores the shared logger's settings after each test.
 class LoggerTest : public ::testing::Test {
@@ -20,10 +22,10 @@ protected:
         logger->setMessageBacklogSize(savedSize);
         logger->setMessageBacklog({});
     }
-    QString printed(int level, const QString& message = QStringLiteral("m")) {
+    QString printed(int level, const QString& message = u"m"_s) {
         ::testing::internal::CaptureStderr();
-        logger->log(message, level, QStringLiteral("Classes/Model/DWTaskList"),
-                    QStringLiteral("-[DWTaskList updateOpenTasks]"), 62);
+        logger->log(message, level, u"Classes/Model/DWTaskList"_s,
+                    u"-[DWTaskList updateOpenTasks]"_s, 62);
         return QString::fromStdString(::testing::internal::GetCapturedStderr());
     }
     QStringList backlogMessages() const {
@@ -39,23 +41,21 @@ protected:
 } // namespace
 
 TEST_F(LoggerTest, MacroPrintsTheTableFormatWithTheSourceFileWithoutItsExtension) {
-    EXPECT_EQ(LWLogger::formatLine(QStringLiteral("No rules!"), 1,
-                                   QStringLiteral("Classes/Model/DWTaskList"),
-                                   QStringLiteral("-[DWTaskList updateOpenTasks]"), 62),
-              QStringLiteral(" WARN| No rules! |DWTaskList:62| -[DWTaskList updateOpenTasks]"));
+    EXPECT_EQ(LWLogger::formatLine(u"No rules!"_s, 1, u"Classes/Model/DWTaskList"_s,
+                                   u"-[DWTaskList updateOpenTasks]"_s, 62),
+              u" WARN| No rules! |DWTaskList:62| -[DWTaskList updateOpenTasks]"_s);
     logger->setMessageBacklogSize(1);
     logger->setMaxLogLevel(-2); // prints levels 0 and up only when taken as unsigned
     ::testing::internal::CaptureStderr();
     const int line = __LINE__ + 1;
-    LW_LOG(3, "-[Probe probe]", QStringLiteral("Modification: %1").arg(QStringLiteral("/a")));
+    LW_LOG(3, "-[Probe probe]", u"Modification: %1"_s.arg(u"/a"_s));
     const QString out = QString::fromStdString(::testing::internal::GetCapturedStderr());
     const QString expected =
-        QStringLiteral("DEBUG| Modification: /a |LWLoggerTest:%1| -[Probe probe]").arg(line);
+        u"DEBUG| Modification: /a |LWLoggerTest:%1| -[Probe probe]"_s.arg(line);
     ASSERT_EQ(logger->messageBacklog(), QStringList{expected});
     // Printed with a time stamp (milliseconds), the process name and [pid:tid].
     EXPECT_TRUE(out.endsWith(expected + QLatin1Char('\n'))) << out.toStdString();
-    EXPECT_TRUE(QRegularExpression(
-                    QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \S+\[\d+:\d+\] )"))
+    EXPECT_TRUE(QRegularExpression(uR"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \S+\[\d+:\d+\] )"_s)
                     .match(out)
                     .hasMatch())
         << out.toStdString();
@@ -63,14 +63,14 @@ TEST_F(LoggerTest, MacroPrintsTheTableFormatWithTheSourceFileWithoutItsExtension
 
 TEST_F(LoggerTest, ThresholdComparesAsUnsignedNumbers) {
     logger->setMaxLogLevel(2);
-    EXPECT_TRUE(printed(0).contains(QStringLiteral("ERROR| m |")));
-    EXPECT_TRUE(printed(2).contains(QStringLiteral(" INFO| m |")));
+    EXPECT_TRUE(printed(0).contains(u"ERROR| m |"_s));
+    EXPECT_TRUE(printed(2).contains(u" INFO| m |"_s));
     for (int hidden : {3, -1, 7})
         EXPECT_TRUE(printed(hidden).isEmpty()) << hidden;
 
     logger->setMaxLogLevel(-1); // the largest unsigned value: everything is printed
-    EXPECT_TRUE(printed(-1).contains(QStringLiteral("?????| m |")));
-    EXPECT_TRUE(printed(7).contains(QStringLiteral("?????| m |")));
+    EXPECT_TRUE(printed(-1).contains(u"?????| m |"_s));
+    EXPECT_TRUE(printed(7).contains(u"?????| m |"_s));
 }
 
 TEST_F(LoggerTest, BacklogKeepsTheNewestLinesPrintedOrNotAndShrinksAtTheNextMessage) {
@@ -82,11 +82,11 @@ TEST_F(LoggerTest, BacklogKeepsTheNewestLinesPrintedOrNotAndShrinksAtTheNextMess
 
     logger->setMessageBacklogSize(1);
     EXPECT_EQ(backlogMessages().size(), 2);
-    printed(3, QStringLiteral("D"));
+    printed(3, u"D"_s);
     EXPECT_EQ(backlogMessages(), QStringList{"D"});
     // Size 0 keeps nothing new and leaves what is there.
     logger->setMessageBacklogSize(0);
-    printed(3, QStringLiteral("E"));
+    printed(3, u"E"_s);
     EXPECT_EQ(backlogMessages(), QStringList{"D"});
 }
 
@@ -97,8 +97,7 @@ TEST_F(LoggerTest, BacklogStaysIntactUnderConcurrentCalls) {
     for (int t = 0; t < 4; ++t) {
         workers.emplace_back(QThread::create([this, t] {
             for (int i = 0; i < 2000; ++i)
-                logger->log(QStringLiteral("t%1 #%2").arg(t).arg(i), 3, QStringLiteral("f.cpp"),
-                            QStringLiteral("-[T t]"), i);
+                logger->log(u"t%1 #%2"_s.arg(t).arg(i), 3, u"f.cpp"_s, u"-[T t]"_s, i);
         }));
         workers.back()->start();
     }
@@ -107,5 +106,5 @@ TEST_F(LoggerTest, BacklogStaysIntactUnderConcurrentCalls) {
     const QStringList backlog = logger->messageBacklog();
     ASSERT_EQ(backlog.size(), 100);
     for (const QString& line : backlog)
-        EXPECT_TRUE(line.startsWith(QStringLiteral("DEBUG| t"))) << line.toStdString();
+        EXPECT_TRUE(line.startsWith(u"DEBUG| t"_s)) << line.toStdString();
 }
