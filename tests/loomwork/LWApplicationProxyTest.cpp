@@ -117,6 +117,14 @@ TEST_F(ApplicationProxyTest, IncomingURLsCallCommandsOrAreRefusedWithAWarning) {
         {"myscheme://editor/rpcA/1/b/2/c",
          {},
          "WARNING: Invalid method/arguments: (\"rpcA\", \"1\", \"b\", \"2\", \"c\")"},
+        // Colons inside segments would call a command short of arguments.
+        {"myscheme://editor/rpc:", {}, "WARNING: Invalid method/arguments: (\"rpc:\")"},
+        {"myscheme://editor/rpc:/c%F/1%",
+         {},
+         "WARNING: Invalid method/arguments: (\"rpc:\", \"c%F\", \"1%\")"},
+        {"myscheme://editor/rpcOpen/x/a%3Ab/y",
+         {},
+         "WARNING: Invalid method/arguments: (\"rpcOpen\", \"x\", \"a%3Ab\", \"y\")"},
         // Every segment dropped: nothing left.
         {"myscheme://editor/%FF", {}, "WARNING: Invalid method/arguments: (\"%FF\")"},
         {"myscheme://editor/rpcMissing",
