@@ -219,6 +219,11 @@ LWApplicationProxy::_selectorNameFromPath(const QStringList& path,
                  .arg(selector));
         return std::nullopt;
     }
+    // A colon inside a segment ("rpcOpen:" alone, or a keyword "a:b") would
+    // name a command with more parameters than the path gives arguments, and
+    // its handler would be called short of texts it counts on.
+    if (selector.count(u':') != values.size())
+        return std::nullopt;
     if (!values.isEmpty())
         *arguments = values;
     return selector;

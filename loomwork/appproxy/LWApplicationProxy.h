@@ -20,8 +20,8 @@ class LWWorkspace;
 //
 // calls "rpcOpenFile:atLine:" with "My Notes.txt" and "12" on the handler
 // registered as "editor". Only commands whose names begin with "rpc" are ever
-// called. A rejected URL gets a one-line warning in the system log and is
-// otherwise ignored.
+// called, and always with one text per colon of their name. A rejected URL gets
+// a one-line warning in the system log and is otherwise ignored.
 //
 // Handler names travel as the URL's host, which URL parsers lower-case on the
 // way: name handlers in lower case so sent commands find them.

@@ -27,8 +27,9 @@ bool lw::isToday(const QDateTime& date) {
 }
 
 namespace {
+// 64-bit, so dates millions of years apart still count rather than overflow.
 QString countedUnit(double count, const char* singular, const char* plural) {
-    const int whole = int(count);
+    const qint64 whole = qint64(count);
     return QStringLiteral("%1 %2").arg(whole).arg(QLatin1String(whole == 1 ? singular : plural));
 }
 } // namespace

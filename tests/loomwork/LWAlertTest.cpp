@@ -12,6 +12,8 @@
 #include <QWidget>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 void flushDeferredDeletes() {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -19,16 +21,15 @@ void flushDeferredDeletes() {
 }
 
 std::unique_ptr<LWAlert> classicAlert() {
-    return LWAlert::alertWithMessageText(QStringLiteral("Pick one"), QStringLiteral("Take"),
-                                         QStringLiteral("Skip"), QStringLiteral("Later"),
-                                         QStringLiteral("Details"));
+    return LWAlert::alertWithMessageText(u"Pick one"_s, u"Take"_s, u"Skip"_s, u"Later"_s,
+                                         u"Details"_s);
 }
 
 std::unique_ptr<LWAlert> addedButtonsAlert() {
     auto alert = std::make_unique<LWAlert>();
-    alert->setMessageText(QStringLiteral("Pick one"));
-    alert->addButtonWithTitle(QStringLiteral("First"));
-    alert->addButtonWithTitle(QStringLiteral("Second"));
+    alert->setMessageText(u"Pick one"_s);
+    alert->addButtonWithTitle(u"First"_s);
+    alert->addButtonWithTitle(u"Second"_s);
     return alert;
 }
 
@@ -47,23 +48,18 @@ protected:
 };
 } // namespace
 
-TEST_F(AlertTest, ClassicAndAddedButtonsAnswerTheirReturnCodes) {
+TEST_F(AlertTest, ButtonsCarryClassicOrAddedReturnCodes) {
     auto alert = classicAlert();
-    ASSERT_EQ(alert->buttons().size(), 3);
-    EXPECT_EQ(alert->buttons()[0]->text(), QStringLiteral("Take"));
-    EXPECT_EQ(alert->returnCodeOfButton(alert->buttons()[0]), 1);
-    EXPECT_EQ(alert->returnCodeOfButton(alert->buttons()[1]), 0);
-    EXPECT_EQ(alert->returnCodeOfButton(alert->buttons()[2]), -1);
-
+    QList<int> codes;
+    for (QPushButton* button : alert->buttons())
+        codes.append(alert->returnCodeOfButton(button));
+    EXPECT_EQ(codes, (QList<int>{1, 0, -1}));
     // No default title still leaves a way out; empty others are left out.
-    auto sparse = LWAlert::alertWithMessageText(QStringLiteral("m"), QString(), QString(),
-                                                QString(), QString());
+    auto sparse = LWAlert::alertWithMessageText(u"m"_s, QString(), QString(), QString(), QString());
     ASSERT_EQ(sparse->buttons().size(), 1);
-    EXPECT_EQ(sparse->buttons()[0]->text(), QStringLiteral("OK"));
-
+    EXPECT_EQ(sparse->buttons()[0]->text(), u"OK"_s);
     auto added = addedButtonsAlert();
-    EXPECT_EQ(added->returnCodeOfButton(added->buttons()[0]), 1000);
-    EXPECT_EQ(added->returnCodeOfButton(added->addButtonWithTitle(QStringLiteral("Third"))), 1002);
+    EXPECT_EQ(added->returnCodeOfButton(added->addButtonWithTitle(u"Third"_s)), 1002);
 }
 
 TEST_F(AlertTest, SheetStaysUpUntilAnsweredAndIsOnScreenDuringTheCallback) {
@@ -110,7 +106,7 @@ TEST_F(AlertTest, CallbackMayDestroyTheAlertOrShowItAgain) {
     ASSERT_TRUE(again->clickButtonWithReturnCode(1));
     EXPECT_TRUE(again->isRunning());
     EXPECT_TRUE(again->window()->isVisible());
-    ASSERT_TRUE(again->clickButtonWithTitle(QStringLiteral("Skip")));
+    ASSERT_TRUE(again->clickButtonWithTitle(u"Skip"_s));
     EXPECT_EQ(rounds, 2);
     EXPECT_FALSE(again->window()->isVisible());
 }
@@ -131,8 +127,8 @@ TEST_F(AlertTest, RunModalReturnsTheCodeOfTheButtonPressed) {
 }
 
 TEST_F(AlertTest, EscapeAnswersOnlyThroughACancelButton) {
-    auto alert = LWAlert::alertWithMessageText(QStringLiteral("m"), QStringLiteral("Save"),
-                                               QStringLiteral("Cancel"), QString(), QString());
+    auto alert =
+        LWAlert::alertWithMessageText(u"m"_s, u"Save"_s, u"Cancel"_s, QString(), QString());
     QList<int> codes;
     alert->beginSheetModalForWindow(window.get(), [&](int code) { codes.append(code); });
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
@@ -151,7 +147,7 @@ TEST_F(AlertTest, EscapeAnswersOnlyThroughACancelButton) {
 
 TEST_F(AlertTest, WindowDestroyedUnderASheetLeavesAWorkingAlert) {
     auto alert = classicAlert();
-    auto* accessory = new QLabel(QStringLiteral("extra"));
+    auto* accessory = new QLabel(u"extra"_s);
     QPointer<QWidget> accessoryGuard(accessory);
     alert->setAccessoryView(accessory);
     bool called = false;
@@ -173,60 +169,49 @@ TEST_F(AlertTest, WindowDestroyedUnderASheetLeavesAWorkingAlert) {
     alert->beginSheetModalForWindow(&other, [&](int c) { code = c; });
     EXPECT_EQ(alert->buttons().size(), 3);
     EXPECT_EQ(accessory->parentWidget()->window(), alert->window());
-    alert->clickButtonWithTitle(QStringLiteral("Later"));
+    alert->clickButtonWithTitle(u"Later"_s);
     EXPECT_EQ(code, -1);
     alert.reset();
     EXPECT_FALSE(accessoryGuard); // went with its alert
 }
 
 // The completion-callback sheets: result rules, null callback and lifetime.
-namespace {
-struct ChoicesCase {
-    const char* name;
-    bool classic;
-    QStringList choices;
-    int selected; // -2 keeps the pop-up's own selection
-    int button;
-    int expected;
-};
-} // namespace
-
-class AlertChoicesTest : public AlertTest, public ::testing::WithParamInterface<ChoicesCase> {};
-
-TEST_P(AlertChoicesTest, ResultFollowsThePopUpRule) {
-    const ChoicesCase& c = GetParam();
-    auto alert = c.classic ? classicAlert() : addedButtonsAlert();
-    LWAlert* raw = alert.get();
-    std::optional<int> result;
-    lw::beginSheetModalWithChoices(std::move(alert), c.choices, window.get(),
-                                   [&](LWAlert& ended, int r) {
-                                       EXPECT_EQ(&ended, raw);
-                                       result = r;
-                                   });
-    auto* popUp = qobject_cast<QComboBox*>(raw->accessoryView());
-    ASSERT_NE(popUp, nullptr);
-    EXPECT_EQ(popUp->size(), QSize(300, 26));
-    ASSERT_EQ(popUp->count(), c.choices.size());
-    for (int i = 0; i < popUp->count(); ++i)
-        EXPECT_EQ(popUp->itemText(i), c.choices[i]);
-    if (c.selected != -2)
-        popUp->setCurrentIndex(c.selected);
-    ASSERT_TRUE(raw->clickButtonWithReturnCode(c.button));
-    ASSERT_TRUE(result.has_value());
-    EXPECT_EQ(*result, c.expected);
+TEST_F(AlertTest, ChoicesSheetReportsTheSelectedIndexOnlyForTheDefaultButton) {
+    const struct {
+        bool classic;
+        QStringList choices;
+        int selected; // -2 keeps the pop-up's own selection
+        int button;
+        int expected;
+    } cases[] = {{true, {"a", "b", "c"}, -2, 1, 0},  {true, {"a", "b", "c"}, 2, 1, 2},
+                 {true, {"a", "b"}, -1, 1, -1},      {true, {"a", "b", "c"}, 2, 0, -1},
+                 {true, {"a", "b", "c"}, 1, -1, -1}, {true, {}, -2, 1, -1},
+                 {false, {"a", "b"}, 1, 1000, -1},   {false, {"a", "b"}, 1, 1001, -1}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.choices.size() << " choices, selected " << c.selected
+                                          << ", button " << c.button);
+        auto alert = c.classic ? classicAlert() : addedButtonsAlert();
+        LWAlert* raw = alert.get();
+        std::optional<int> result;
+        lw::beginSheetModalWithChoices(std::move(alert), c.choices, window.get(),
+                                       [&](LWAlert& ended, int r) {
+                                           EXPECT_EQ(&ended, raw);
+                                           result = r;
+                                       });
+        auto* popUp = qobject_cast<QComboBox*>(raw->accessoryView());
+        ASSERT_NE(popUp, nullptr);
+        EXPECT_EQ(popUp->size(), QSize(300, 26));
+        QStringList items;
+        for (int i = 0; i < popUp->count(); ++i)
+            items.append(popUp->itemText(i));
+        EXPECT_EQ(items, c.choices);
+        if (c.selected != -2)
+            popUp->setCurrentIndex(c.selected);
+        ASSERT_TRUE(raw->clickButtonWithReturnCode(c.button));
+        EXPECT_EQ(result, c.expected);
+        flushDeferredDeletes();
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Sheets, AlertChoicesTest,
-    ::testing::Values(ChoicesCase{"DefaultGivesFirstByDefault", true, {"a", "b", "c"}, -2, 1, 0},
-                      ChoicesCase{"DefaultGivesSelected", true, {"a", "b", "c"}, 2, 1, 2},
-                      ChoicesCase{"DefaultWithNothingSelected", true, {"a", "b"}, -1, 1, -1},
-                      ChoicesCase{"Alternate", true, {"a", "b", "c"}, 2, 0, -1},
-                      ChoicesCase{"Other", true, {"a", "b", "c"}, 1, -1, -1},
-                      ChoicesCase{"EmptyChoices", true, {}, -2, 1, -1},
-                      ChoicesCase{"AddedFirstButton", false, {"a", "b"}, 1, 1000, -1},
-                      ChoicesCase{"AddedSecondButton", false, {"a", "b"}, 1, 1001, -1}),
-    [](const auto& param) { return std::string(param.param.name); });
 
 TEST_F(AlertTest, PlainSheetPassesCodesUnlessTheAccessoryIsAPopUp) {
     std::optional<int> result;
@@ -241,7 +226,7 @@ TEST_F(AlertTest, PlainSheetPassesCodesUnlessTheAccessoryIsAPopUp) {
     // The rule follows the accessory view, not the entry used.
     auto own = classicAlert();
     auto* popUp = new QComboBox();
-    popUp->addItems({QStringLiteral("x"), QStringLiteral("y")});
+    popUp->addItems({u"x"_s, u"y"_s});
     popUp->setCurrentIndex(1);
     own->setAccessoryView(popUp);
     raw = own.get();
@@ -252,12 +237,11 @@ TEST_F(AlertTest, PlainSheetPassesCodesUnlessTheAccessoryIsAPopUp) {
 
     // The choices replace an accessory view the alert had.
     auto replaced = classicAlert();
-    auto* label = new QLabel(QStringLiteral("old"));
+    auto* label = new QLabel(u"old"_s);
     QPointer<QWidget> labelGuard(label);
     replaced->setAccessoryView(label);
     raw = replaced.get();
-    lw::beginSheetModalWithChoices(std::move(replaced), {QStringLiteral("only")}, window.get(),
-                                   handler);
+    lw::beginSheetModalWithChoices(std::move(replaced), {u"only"_s}, window.get(), handler);
     EXPECT_FALSE(labelGuard);
     raw->clickButtonWithReturnCode(1);
     EXPECT_EQ(result, 0);

@@ -6,31 +6,31 @@
 #include <QDir>
 #include <gtest/gtest.h>
 
-TEST(Bundle, ReadsKeysAndTreatsDamagedFilesAsEmpty) {
-    const QString dir = dwtest::homePath() + QStringLiteral("/bundle");
-    dwtest::writeFile(dir + QStringLiteral("/Info.json"),
-                      R"({"CFBundleIdentifier": "org.example.app", "LWConfigLogLevel": 3})");
-    const LWBundle bundle = LWBundle::fromJsonFile(dir + QStringLiteral("/Info.json"));
-    EXPECT_EQ(bundle.bundleIdentifier(), QStringLiteral("org.example.app"));
-    EXPECT_EQ(bundle.objectForInfoDictionaryKey(QStringLiteral("LWConfigLogLevel")).toInt(), 3);
-    EXPECT_FALSE(bundle.objectForInfoDictionaryKey(QStringLiteral("Missing")).isValid());
+using namespace Qt::StringLiterals;
 
-    dwtest::writeFile(dir + QStringLiteral("/Broken.json"), "{\"CFBundleName\": ");
-    EXPECT_TRUE(
-        LWBundle::fromJsonFile(dir + QStringLiteral("/Broken.json")).infoDictionary().isEmpty());
-    EXPECT_TRUE(
-        LWBundle::fromJsonFile(dir + QStringLiteral("/none.json")).infoDictionary().isEmpty());
+TEST(Bundle, ReadsKeysAndTreatsDamagedFilesAsEmpty) {
+    const QString dir = dwtest::homePath() + u"/bundle"_s;
+    dwtest::writeFile(dir + u"/Info.json"_s,
+                      R"({"CFBundleIdentifier": "org.example.app", "LWConfigLogLevel": 3})");
+    const LWBundle bundle = LWBundle::fromJsonFile(dir + u"/Info.json"_s);
+    EXPECT_EQ(bundle.bundleIdentifier(), u"org.example.app"_s);
+    EXPECT_EQ(bundle.objectForInfoDictionaryKey(u"LWConfigLogLevel"_s).toInt(), 3);
+    EXPECT_FALSE(bundle.objectForInfoDictionaryKey(u"Missing"_s).isValid());
+
+    dwtest::writeFile(dir + u"/Broken.json"_s, "{\"CFBundleName\": ");
+    EXPECT_TRUE(LWBundle::fromJsonFile(dir + u"/Broken.json"_s).infoDictionary().isEmpty());
+    EXPECT_TRUE(LWBundle::fromJsonFile(dir + u"/none.json"_s).infoDictionary().isEmpty());
 }
 
 TEST(Preferences, LiveUnderTheTestsPrivateConfigFolder) {
-    LWPreferences prefs(QStringLiteral("Wrenfield"), QStringLiteral("Dotwise"));
-    prefs.setObject(QStringLiteral("TaskLists"), QByteArray("\x00\xff\x01", 3));
+    LWPreferences prefs(u"Wrenfield"_s, u"Dotwise"_s);
+    prefs.setObject(u"TaskLists"_s, QByteArray("\x00\xff\x01", 3));
     EXPECT_TRUE(prefs.fileName().startsWith(dwtest::homePath())) << prefs.fileName().toStdString();
-    EXPECT_TRUE(prefs.fileName().endsWith(QStringLiteral("/Wrenfield/Dotwise.conf")));
+    EXPECT_TRUE(prefs.fileName().endsWith(u"/Wrenfield/Dotwise.conf"_s));
     // A second wrapper over the same store sees the write at once.
-    LWPreferences again(QStringLiteral("Wrenfield"), QStringLiteral("Dotwise"));
-    EXPECT_EQ(again.dataForKey(QStringLiteral("TaskLists")), QByteArray("\x00\xff\x01", 3));
-    again.removeObject(QStringLiteral("TaskLists"));
-    EXPECT_FALSE(prefs.contains(QStringLiteral("TaskLists")));
-    EXPECT_FALSE(prefs.boolForKey(QStringLiteral("DebugLoggingEnabled")));
+    LWPreferences again(u"Wrenfield"_s, u"Dotwise"_s);
+    EXPECT_EQ(again.dataForKey(u"TaskLists"_s), QByteArray("\x00\xff\x01", 3));
+    again.removeObject(u"TaskLists"_s);
+    EXPECT_FALSE(prefs.contains(u"TaskLists"_s));
+    EXPECT_FALSE(prefs.boolForKey(u"DebugLoggingEnabled"_s));
 }

@@ -11,13 +11,14 @@
 #include <QWidget>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
-const QString storeId = QStringLiteral("org.example.notes");
-const QString webId = QStringLiteral("org.example.notes.web");
-const QString storeEntry = QStringLiteral("/usr/share/applications/org.example.notes.desktop");
-const QString webEntry =
-    QStringLiteral("/home/u/.local/share/applications/org.example.notes.web.desktop");
-const QString ownPath = QStringLiteral("/opt/notes/bin/notes");
+const QString storeId = u"org.example.notes"_s;
+const QString webId = u"org.example.notes.web"_s;
+const QString storeEntry = u"/usr/share/applications/org.example.notes.desktop"_s;
+const QString webEntry = u"/home/u/.local/share/applications/org.example.notes.web.desktop"_s;
+const QString ownPath = u"/opt/notes/bin/notes"_s;
 
 struct SeenAlert {
     QString message;
@@ -39,9 +40,9 @@ protected:
     void runningBuild(const QString& id, const QString& displayName = QString()) {
         QJsonObject info{{"CFBundleName", "Notes"}};
         if (!id.isEmpty())
-            info.insert(QStringLiteral("CFBundleIdentifier"), id);
+            info.insert(u"CFBundleIdentifier"_s, id);
         if (!displayName.isEmpty())
-            info.insert(QStringLiteral("CFBundleDisplayName"), displayName);
+            info.insert(u"CFBundleDisplayName"_s, displayName);
         LWBundle::setMainBundle(LWBundle(info));
     }
 
@@ -86,7 +87,7 @@ TEST_F(DuplicateVersionCheckerTest, StoreBuildRunningRevealsTheWebCopyAndKeepsRu
     ASSERT_TRUE(seen);
     EXPECT_FALSE(returnedBeforeAnswer);
     EXPECT_TRUE(seen->sheet);
-    EXPECT_EQ(seen->message, QStringLiteral("Multiple Notes Versions Installed"));
+    EXPECT_EQ(seen->message, u"Multiple Notes Versions Installed"_s);
     EXPECT_EQ(seen->buttons, (QStringList{"Show Unneeded Version in Finder", "Continue"}));
     EXPECT_EQ(seen->informative,
               QStringLiteral(
@@ -101,12 +102,12 @@ TEST_F(DuplicateVersionCheckerTest, StoreBuildRunningRevealsTheWebCopyAndKeepsRu
 }
 
 TEST_F(DuplicateVersionCheckerTest, WebBuildRunningOffersToQuitAndRevealItself) {
-    runningBuild(webId, QStringLiteral("Notes Pro"));
+    runningBuild(webId, u"Notes Pro"_s);
     workspace.setInstalledApplication(storeId, storeEntry);
     answerWith(LWAlert::DefaultReturn);
     check(&window);
     ASSERT_TRUE(seen);
-    EXPECT_EQ(seen->message, QStringLiteral("Multiple Notes Pro Versions Installed"));
+    EXPECT_EQ(seen->message, u"Multiple Notes Pro Versions Installed"_s);
     EXPECT_EQ(seen->buttons, (QStringList{"Quit and Show in Finder", "Continue"}));
     EXPECT_TRUE(seen->informative.startsWith(QStringLiteral(
         "It looks like you have a copy of Notes Pro from the Mac App Store installed in "
@@ -133,7 +134,7 @@ TEST_F(DuplicateVersionCheckerTest, WithoutAWindowTheAlertRunsFreeStanding) {
     checker.runModalDuplicateVersionCheckInWindow(nullptr, storeId, storeId);
     ASSERT_TRUE(seen);
     EXPECT_FALSE(seen->sheet);
-    EXPECT_EQ(seen->buttons.first(), QStringLiteral("Show Unneeded Version in Finder"));
+    EXPECT_EQ(seen->buttons.first(), u"Show Unneeded Version in Finder"_s);
     EXPECT_EQ(workspace.selectedFiles(), QStringList{storeEntry});
     EXPECT_EQ(terminations, 0);
 }
@@ -145,7 +146,7 @@ TEST_F(DuplicateVersionCheckerTest, NothingIsShownWithoutADuplicateOrAMatchingId
 
     dwtest::LogCapture log;
     workspace.setInstalledApplication(webId, webEntry);
-    runningBuild(QStringLiteral("org.example.other"));
+    runningBuild(u"org.example.other"_s);
     check(&window);
     runningBuild(QString());
     check(&window);
@@ -157,7 +158,7 @@ TEST_F(DuplicateVersionCheckerTest, NothingIsShownWithoutADuplicateOrAMatchingId
     EXPECT_TRUE(lines[1].endsWith(QStringLiteral(
         "-[LWDuplicateVersionChecker "
         "runModalDuplicateVersionCheckInWindow:macAppStoreBundleId:webVersionBundleId:]")));
-    EXPECT_TRUE(lines[0].contains(QStringLiteral("Our bundle id () doesn't match")));
+    EXPECT_TRUE(lines[0].contains(u"Our bundle id () doesn't match"_s));
     EXPECT_TRUE(workspace.selectedFiles().isEmpty());
 }
 

@@ -1,5 +1,9 @@
+#include "ui/LWClipboardAdditions.h"
 #include "ui/LWColorAdditions.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
 #include <gtest/gtest.h>
 
 TEST(HexColors, ReadAsFarAsTheHexDigitsGo) {
@@ -31,4 +35,16 @@ TEST(HexColors, ReadAsFarAsTheHexDigitsGo) {
     const QColor rgb = lw::CGColor(hsv);
     EXPECT_EQ(rgb.spec(), QColor::Rgb);
     EXPECT_EQ(rgb.rgba(), hsv.rgba());
+}
+
+TEST(Clipboard, WritingReplacesWhatItHeldWithPlainText) {
+    auto* rich = new QMimeData();
+    rich->setHtml(QStringLiteral("<b>old</b>"));
+    rich->setText(QStringLiteral("old"));
+    QGuiApplication::clipboard()->setMimeData(rich);
+    lw::writeToClipboard(QStringLiteral("new \u00E9"));
+    const QMimeData* now = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(now, nullptr);
+    EXPECT_EQ(now->text(), QStringLiteral("new \u00E9"));
+    EXPECT_FALSE(now->hasHtml());
 }

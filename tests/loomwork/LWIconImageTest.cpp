@@ -1,8 +1,5 @@
 #include "ui/LWIconImage.h"
 
-#include "fakes/FakeWorkspace.h"
-#include "support/TestEnvironment.h"
-
 #include <gtest/gtest.h>
 
 TEST(IconImage, RepresentationsKeepOrderAndPointSizes) {
@@ -19,22 +16,4 @@ TEST(IconImage, RepresentationsKeepOrderAndPointSizes) {
     EXPECT_EQ(icon.imageForSize(32).width(), 64);
     EXPECT_EQ(icon.imageForSize(20).width(), 16);
     EXPECT_TRUE(LWIconImage().largestImage().isNull());
-}
-
-TEST(FakeWorkspace, RecordsIconAndDateWritesWithoutTouchingContents) {
-    FakeWorkspace workspace;
-    const QString path = dwtest::homePath() + QStringLiteral("/fake/list.txt");
-    dwtest::writeFile(path, "- [ ] one\n");
-    const auto before = workspace.contentModificationDate(path);
-    ASSERT_TRUE(before.has_value());
-
-    ASSERT_TRUE(workspace.setIcon(workspace.iconForFile(path), path));
-    EXPECT_TRUE(workspace.hasCustomIcon(path));
-    ASSERT_TRUE(workspace.setContentModificationDate(path, LWTimestamp{1000, 123456789}));
-    EXPECT_EQ(workspace.contentModificationDate(path), (LWTimestamp{1000, 123456789}));
-    ASSERT_TRUE(workspace.setIcon(LWIconImage(), path));
-    EXPECT_FALSE(workspace.hasCustomIcon(path));
-    EXPECT_EQ(workspace.iconWrites().size(), 2);
-    EXPECT_TRUE(workspace.iconWrites()[1].removed);
-    EXPECT_EQ(dwtest::readFile(path), QByteArray("- [ ] one\n"));
 }

@@ -6,6 +6,8 @@
 #include <QCborValue>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 // A record with the value kinds that task lists do not use, holding records.
 struct Note : LWCoding {
@@ -15,31 +17,28 @@ struct Note : LWCoding {
     QByteArray blob;
     std::shared_ptr<Note> parent;
 
-    QString classNameForCoder() const override { return QStringLiteral("Note"); }
+    QString classNameForCoder() const override { return u"Note"_s; }
     void encodeWithCoder(LWKeyedArchiver& coder) const override {
-        coder.encodeInteger(number, QStringLiteral("number"));
-        coder.encodeBool(flag, QStringLiteral("flag"));
-        coder.encodeDouble(weight, QStringLiteral("weight"));
-        coder.encodeBytes(blob, QStringLiteral("blob"));
-        coder.encodeObject(parent.get(), QStringLiteral("parent"));
+        coder.encodeInteger(number, u"number"_s);
+        coder.encodeBool(flag, u"flag"_s);
+        coder.encodeDouble(weight, u"weight"_s);
+        coder.encodeBytes(blob, u"blob"_s);
+        coder.encodeObject(parent.get(), u"parent"_s);
     }
     static std::shared_ptr<LWCoding> decode(LWKeyedUnarchiver& coder) {
         auto note = std::make_shared<Note>();
-        note->number = coder.decodeIntegerForKey(QStringLiteral("number"));
-        note->flag = coder.decodeBoolForKey(QStringLiteral("flag"));
-        note->weight = coder.decodeDoubleForKey(QStringLiteral("weight"));
-        note->blob = coder.decodeBytesForKey(QStringLiteral("blob"));
-        note->parent =
-            std::dynamic_pointer_cast<Note>(coder.decodeObjectForKey(QStringLiteral("parent")));
+        note->number = coder.decodeIntegerForKey(u"number"_s);
+        note->flag = coder.decodeBoolForKey(u"flag"_s);
+        note->weight = coder.decodeDoubleForKey(u"weight"_s);
+        note->blob = coder.decodeBytesForKey(u"blob"_s);
+        note->parent = std::dynamic_pointer_cast<Note>(coder.decodeObjectForKey(u"parent"_s));
         return note->number < 0 ? nullptr : note; // a decoder may refuse what makes no sense
     }
 };
 
 class KeyedArchiveTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        LWKeyedUnarchiver::registerDecoder(QStringLiteral("Note"), Note::decode);
-    }
+    void SetUp() override { LWKeyedUnarchiver::registerDecoder(u"Note"_s, Note::decode); }
 };
 } // namespace
 
@@ -78,19 +77,19 @@ TEST_F(KeyedArchiveTest, AnyFaultInsideFailsTheWholeArchive) {
     const QByteArray refused = LWKeyedArchiver::archivedDataWithRootObject(&root);
     QString error;
     EXPECT_FALSE(LWKeyedUnarchiver::unarchiveObjectWithData(refused, &error));
-    EXPECT_EQ(error, QStringLiteral("the Note decoder refused its keys"));
+    EXPECT_EQ(error, u"the Note decoder refused its keys"_s);
 
     // A value of the wrong type, one level down.
     QCborMap top = QCborValue::fromCbor(refused).toMap();
     QCborMap bad;
-    bad.insert(QStringLiteral("$class"), QStringLiteral("Note"));
-    bad.insert(QStringLiteral("flag"), QStringLiteral("yes"));
+    bad.insert(u"$class"_s, u"Note"_s);
+    bad.insert(u"flag"_s, u"yes"_s);
     QCborMap outer;
-    outer.insert(QStringLiteral("$class"), QStringLiteral("Note"));
-    outer.insert(QStringLiteral("parent"), bad);
-    top.insert(QStringLiteral("$top"), outer);
+    outer.insert(u"$class"_s, u"Note"_s);
+    outer.insert(u"parent"_s, bad);
+    top.insert(u"$top"_s, outer);
     EXPECT_FALSE(LWKeyedUnarchiver::unarchiveObjectWithData(top.toCborValue().toCbor(), &error));
-    EXPECT_EQ(error, QStringLiteral("the value for 'flag' has the wrong type"));
+    EXPECT_EQ(error, u"the value for 'flag' has the wrong type"_s);
 
     // Nesting deeper than CBOR allows is refused, not a stack overflow.
     QByteArray deep(100000, '\x81'); // arrays of one element, nested

@@ -5,17 +5,31 @@
 #include "logging/LWLogger.h"
 
 #include <QJsonObject>
+#include <QThread>
 #include <gtest/gtest.h>
+#include <vector>
+
+using namespace Qt::StringLiterals;
 
 TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
     LWBundle::setMainBundle(
-        LWBundle(QJsonObject{{QStringLiteral("LWConfigLogLevel"), 1},
-                             {QStringLiteral("LWConfigMessageBacklogSize"), 5}}));
-    LWPreferences::standard().setBool(QStringLiteral("DebugLoggingEnabled"), true);
+        LWBundle(QJsonObject{{u"LWConfigLogLevel"_s, 1}, {u"LWConfigMessageBacklogSize"_s, 5}}));
+    LWPreferences::standard().setBool(u"DebugLoggingEnabled"_s, true);
 
+    // First used from several threads at once: one logger, configured once.
     ::testing::internal::CaptureStderr();
+    LWLogger* seen[4] = {};
+    std::vector<std::unique_ptr<QThread>> workers;
+    for (auto& slot : seen) {
+        workers.emplace_back(QThread::create([&slot] { slot = LWLogger::sharedInstance(); }));
+        workers.back()->start();
+    }
+    for (auto& worker : workers)
+        worker->wait();
     LWLogger* logger = LWLogger::sharedInstance();
     const QString out = QString::fromStdString(::testing::internal::GetCapturedStderr());
+    for (LWLogger* other : seen)
+        EXPECT_EQ(other, logger);
 
     // The preference overrides the information list's level 1.
     EXPECT_EQ(logger->maxLogLevel(), 3);
@@ -23,9 +37,8 @@ TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
     EXPECT_TRUE(out.contains(QStringLiteral(
         " INFO| Enabling debug logging based on special setting: DebugLoggingEnabled |LWLogger:")))
         << out.toStdString();
-    EXPECT_TRUE(out.trimmed().endsWith(QStringLiteral("| -[LWLogger init]")));
+    EXPECT_TRUE(out.trimmed().endsWith(u"| -[LWLogger init]"_s));
     // The notice reached the logger being built: it is the first backlog line.
     ASSERT_EQ(logger->messageBacklog().size(), 1);
-    EXPECT_TRUE(logger->messageBacklog()[0].startsWith(QStringLiteral(" INFO| Enabling")));
-    EXPECT_EQ(LWLogger::sharedInstance(), logger);
+    EXPECT_TRUE(logger->messageBacklog()[0].startsWith(u" INFO| Enabling"_s));
 }

@@ -10,15 +10,17 @@
 #include <QMenu>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
-const QString key = QStringLiteral("LWRecentDocuments");
+const QString key = u"LWRecentDocuments"_s;
 
 class OpenRecentMenuTest : public ::testing::Test {
 protected:
     void SetUp() override { LWPreferences::standard().removeObject(key); }
 
     QString document(const QString& name) {
-        const QString path = dwtest::homePath() + QStringLiteral("/docs/") + name;
+        const QString path = dwtest::homePath() + u"/docs/"_s + name;
         dwtest::writeFile(path, "x");
         return path;
     }
@@ -35,20 +37,20 @@ protected:
 
 void expectOnlyDisabledClearMenu(const QList<QAction*>& items) {
     ASSERT_EQ(items.size(), 1);
-    EXPECT_EQ(items[0]->text(), QStringLiteral("Clear Menu"));
+    EXPECT_EQ(items[0]->text(), u"Clear Menu"_s);
     EXPECT_FALSE(items[0]->isEnabled());
 }
 } // namespace
 
-TEST_F(OpenRecentMenuTest, RecordingKeepsTheMostRecentFirstWithoutRepeats) {
-    EXPECT_EQ(controller.openRecentMenu()->title(), QStringLiteral("Open Recent"));
+TEST_F(OpenRecentMenuTest, RecordingKeepsTheTenMostRecentFirstWithoutRepeats) {
+    EXPECT_EQ(controller.openRecentMenu()->title(), u"Open Recent"_s);
     controller.noteNewRecentDocumentWithPath(QString());
-    controller.noteNewRecentDocumentWithPath(dwtest::homePath() + QStringLiteral("/nothing.txt"));
+    controller.noteNewRecentDocumentWithPath(dwtest::homePath() + u"/nothing.txt"_s);
     EXPECT_FALSE(LWPreferences::standard().contains(key));
 
-    const QString a = document(QStringLiteral("a.txt"));
-    const QString b = document(QStringLiteral("b, with comma.txt"));
-    const QString c = document(QStringLiteral("c.taskpaper"));
+    const QString a = document(u"a.txt"_s);
+    const QString b = document(u"b, with comma.txt"_s);
+    const QString c = document(u"c.taskpaper"_s);
     controller.noteNewRecentDocumentWithPath(a);
     controller.noteNewRecentDocumentWithPath(b);
     controller.noteNewRecentDocumentWithPath(c);
@@ -57,29 +59,23 @@ TEST_F(OpenRecentMenuTest, RecordingKeepsTheMostRecentFirstWithoutRepeats) {
     controller.noteNewRecentDocumentWithPath(a);
     EXPECT_EQ(stored(), (QStringList{c, b, a}));
     // Folders count as documents too.
-    controller.noteNewRecentDocumentWithPath(dwtest::homePath() + QStringLiteral("/docs"));
-    EXPECT_EQ(stored().size(), 4);
-}
-
-TEST_F(OpenRecentMenuTest, TheEleventhDocumentPushesOutTheOldest) {
-    QStringList paths;
-    for (int i = 0; i < 11; ++i) {
-        paths.append(document(QStringLiteral("doc%1.txt").arg(i)));
-        controller.noteNewRecentDocumentWithPath(paths.last());
+    const QString folder = dwtest::homePath() + u"/docs"_s;
+    controller.noteNewRecentDocumentWithPath(folder);
+    // Ten at most: the eleventh document pushes out the oldest.
+    QStringList expected{folder, c, b};
+    for (int i = 0; i < 7; ++i) {
+        expected.prepend(document(u"doc%1.txt"_s.arg(i)));
+        controller.noteNewRecentDocumentWithPath(expected.first());
     }
-    const QStringList list = stored();
-    ASSERT_EQ(list.size(), 10);
-    EXPECT_EQ(list.first(), paths[10]);
-    EXPECT_EQ(list.last(), paths[1]);
-    EXPECT_FALSE(list.contains(paths[0]));
+    EXPECT_EQ(stored(), expected);
 }
 
 TEST_F(OpenRecentMenuTest, MenuShowsExistingDocumentsThenClearMenu) {
     expectOnlyDisabledClearMenu(openMenu());
 
-    const QString a = document(QStringLiteral("a.txt"));
-    const QString gone = document(QStringLiteral("gone.txt"));
-    const QString b = document(QStringLiteral("b.txt"));
+    const QString a = document(u"a.txt"_s);
+    const QString gone = document(u"gone.txt"_s);
+    const QString b = document(u"b.txt"_s);
     for (const QString& path : {a, gone, b})
         controller.noteNewRecentDocumentWithPath(path);
     QFile::remove(gone);
@@ -87,12 +83,12 @@ TEST_F(OpenRecentMenuTest, MenuShowsExistingDocumentsThenClearMenu) {
     for (int round = 0; round < 2; ++round) { // opening twice gives no duplicates
         const QList<QAction*> items = openMenu();
         ASSERT_EQ(items.size(), 4);
-        EXPECT_EQ(items[0]->text(), QStringLiteral("b.txt"));
+        EXPECT_EQ(items[0]->text(), u"b.txt"_s);
         EXPECT_EQ(items[0]->data().toString(), b);
-        EXPECT_EQ(items[1]->text(), QStringLiteral("a.txt"));
+        EXPECT_EQ(items[1]->text(), u"a.txt"_s);
         EXPECT_TRUE(items[1]->shortcut().isEmpty());
         EXPECT_TRUE(items[2]->isSeparator());
-        EXPECT_EQ(items[3]->text(), QStringLiteral("Clear Menu"));
+        EXPECT_EQ(items[3]->text(), u"Clear Menu"_s);
         EXPECT_TRUE(items[3]->isEnabled());
         const QIcon icon = items[0]->icon();
         ASSERT_FALSE(icon.isNull());
@@ -108,7 +104,7 @@ TEST_F(OpenRecentMenuTest, MenuShowsExistingDocumentsThenClearMenu) {
 }
 
 TEST_F(OpenRecentMenuTest, ChoosingOpensTheFullPathAndClearingEmptiesTheList) {
-    const QString a = document(QStringLiteral("a.txt"));
+    const QString a = document(u"a.txt"_s);
     controller.noteNewRecentDocumentWithPath(a);
     QStringList opened;
     QObject::connect(&controller, &LWOpenRecentMenuController::openFile,
@@ -118,7 +114,7 @@ TEST_F(OpenRecentMenuTest, ChoosingOpensTheFullPathAndClearingEmptiesTheList) {
     EXPECT_EQ(opened, QStringList{a});
 
     // Senders that are not document entries are ignored.
-    QAction bare(QStringLiteral("bare"));
+    QAction bare(u"bare"_s);
     controller.openRecentDocument(&bare);
     controller.openRecentDocument(nullptr);
     controller.openRecentDocument(&controller);

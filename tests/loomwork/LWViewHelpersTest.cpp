@@ -3,6 +3,7 @@
 #include "ui/LWBackgroundImageView.h"
 #include "ui/LWFlippedToolbarSeparatorView.h"
 #include "ui/LWGeometry.h"
+#include "ui/LWLinkCursorButton.h"
 #include "ui/LWToolbarSeparatorView.h"
 #include "ui/LWViewAdditions.h"
 #include "ui/LWViewAnimationAdditions.h"
@@ -11,8 +12,12 @@
 #include <QGraphicsEffect>
 #include <QMouseEvent>
 #include <QStandardItemModel>
+#include <QTabWidget>
+#include <QToolBar>
 #include <QTreeView>
 #include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 QImage rendered(QWidget& view) {
@@ -88,13 +93,35 @@ TEST(ViewAdditions, EventPointsAreInTheViewsCoordinates) {
     EXPECT_EQ(lw::localPointForEvent(&child, event), QPointF(5, 7));
 }
 
+TEST(WidgetAdditions, ToolbarRemovalTakesOnlyTheFirstMatchAndTabsAreFoundByName) {
+    QToolBar toolBar;
+    QAction* items[3] = {toolBar.addAction(u"a"_s), toolBar.addAction(u"b"_s),
+                         toolBar.addAction(u"c"_s)};
+    items[0]->setObjectName(u"print"_s);
+    items[1]->setObjectName(u"share"_s);
+    items[2]->setObjectName(u"share"_s);
+    lw::removeItemWithIdentifier(&toolBar, u"share"_s);
+    EXPECT_EQ(toolBar.actions(), (QList<QAction*>{items[0], items[2]}));
+    lw::removeItemWithIdentifier(&toolBar, u"none"_s);
+    EXPECT_EQ(toolBar.actions().size(), 2);
+
+    QTabWidget tabs;
+    auto* page = new QWidget();
+    page->setObjectName(u"general"_s);
+    tabs.addTab(new QWidget(), u"First"_s);
+    tabs.addTab(page, u"General"_s);
+    EXPECT_EQ(lw::tabViewItemWithIdentifier(&tabs, u"general"_s), page);
+    EXPECT_EQ(lw::tabViewItemWithIdentifier(&tabs, u"General"_s), nullptr);
+    EXPECT_EQ(LWLinkCursorButton(u"link"_s).cursor().shape(), Qt::PointingHandCursor);
+}
+
 TEST(WidgetAdditions, TreeSelectionOnlyForShownRows) {
     QStandardItemModel model;
-    auto* parentItem = new QStandardItem(QStringLiteral("parent"));
-    auto* childItem = new QStandardItem(QStringLiteral("child"));
+    auto* parentItem = new QStandardItem(u"parent"_s);
+    auto* childItem = new QStandardItem(u"child"_s);
     parentItem->appendRow(childItem);
     model.appendRow(parentItem);
-    model.appendRow(new QStandardItem(QStringLiteral("other")));
+    model.appendRow(new QStandardItem(u"other"_s));
     QTreeView tree;
     tree.setModel(&model);
     tree.setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -161,9 +188,9 @@ TEST(BackgroundImageView, DrawsOnceOrAsATiledPattern) {
     EXPECT_EQ(qAlpha(once.pixel(0, 0)), 0);
 
     dwtest::LogCapture log;
-    view.setImageName(QStringLiteral("no-such-image"));
-    EXPECT_TRUE(log.standardError().contains(
-        QStringLiteral("] Warning: Image not found for name: no-such-image\n")));
+    view.setImageName(u"no-such-image"_s);
+    EXPECT_TRUE(
+        log.standardError().contains(u"] Warning: Image not found for name: no-such-image\n"_s));
     EXPECT_TRUE(view.image().isNull());
-    EXPECT_EQ(view.imageName(), QStringLiteral("no-such-image"));
+    EXPECT_EQ(view.imageName(), u"no-such-image"_s);
 }
