@@ -12,6 +12,10 @@ TEST(SerialQueue, RunsJobsOneAtATimeInOrderAndCancelsOnlyWaitingOnes) {
     std::vector<int> order;
     std::atomic<int> running{0};
     std::atomic<bool> overlapped{false}, onCaller{false};
+    // The worker waits until all 100 are queued, so the job queued from job 0
+    // must come after all of them.
+    QSemaphore queued;
+    queue.addOperation([&] { queued.acquire(); });
     for (int i = 0; i < 100; ++i) {
         queue.addOperation([&, i] {
             overlapped = overlapped || running.fetch_add(1) != 0;
@@ -23,6 +27,7 @@ TEST(SerialQueue, RunsJobsOneAtATimeInOrderAndCancelsOnlyWaitingOnes) {
             running.fetch_sub(1);
         });
     }
+    queued.release();
     queue.waitUntilAllOperationsAreFinished();
     ASSERT_EQ(order.size(), 101u);
     for (int i = 0; i <= 100; ++i)
