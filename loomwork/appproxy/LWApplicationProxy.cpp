@@ -1,6 +1,7 @@
 #include "appproxy/LWApplicationProxy.h"
 
 #include "foundation/LWArrayAdditions.h"
+#include "foundation/LWScanner.h"
 #include "foundation/LWStringAdditions.h"
 #include "logging/LWLogger.h"
 #include "logging/LWSystemLog.h"
@@ -28,17 +29,6 @@ QString trimmedOfBlanks(const QString& text) {
     return text.mid(start, end - start);
 }
 
-int hexValue(QChar c) {
-    const char16_t u = c.unicode();
-    if (u >= u'0' && u <= u'9')
-        return u - u'0';
-    if (u >= u'a' && u <= u'f')
-        return u - u'a' + 10;
-    if (u >= u'A' && u <= u'F')
-        return u - u'A' + 10;
-    return -1;
-}
-
 // "%" and two hexadecimal digits stand for one byte, the bytes read as UTF-8;
 // "+" stays "+". Nothing when an escape is broken or the bytes are no UTF-8.
 std::optional<QString> percentDecoded(const QString& segment) {
@@ -59,8 +49,8 @@ std::optional<QString> percentDecoded(const QString& segment) {
         }
         if (i + 2 >= segment.size())
             return std::nullopt;
-        const int high = hexValue(segment[i + 1]);
-        const int low = hexValue(segment[i + 2]);
+        const int high = lw::hexDigitValue(segment[i + 1]);
+        const int low = lw::hexDigitValue(segment[i + 2]);
         if (high < 0 || low < 0)
             return std::nullopt;
         bytes.append(char(high * 16 + low));

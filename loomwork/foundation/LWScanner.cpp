@@ -9,8 +9,9 @@ qsizetype skipWhiteSpace(QStringView text, qsizetype at) {
         ++at;
     return at;
 }
+} // namespace
 
-int hexDigit(QChar c) {
+int lw::hexDigitValue(QChar c) {
     const char16_t u = c.unicode();
     if (u >= u'0' && u <= u'9')
         return u - u'0';
@@ -20,21 +21,20 @@ int hexDigit(QChar c) {
         return u - u'A' + 10;
     return -1;
 }
-} // namespace
 
 std::optional<lw::LWScannedUInt> lw::scanHexInt(QStringView text, qsizetype from) {
     qsizetype at = skipWhiteSpace(text, qMax<qsizetype>(0, from));
     // "0x" counts as a prefix only when a digit follows it; otherwise the "0"
     // is the number.
     if (at + 2 < text.size() && text[at] == u'0' &&
-        (text[at + 1] == u'x' || text[at + 1] == u'X') && hexDigit(text[at + 2]) >= 0) {
+        (text[at + 1] == u'x' || text[at + 1] == u'X') && hexDigitValue(text[at + 2]) >= 0) {
         at += 2;
     }
-    if (at >= text.size() || hexDigit(text[at]) < 0)
+    if (at >= text.size() || hexDigitValue(text[at]) < 0)
         return std::nullopt;
     quint64 value = 0;
     while (at < text.size()) {
-        const int digit = hexDigit(text[at]);
+        const int digit = hexDigitValue(text[at]);
         if (digit < 0)
             break;
         value = qMin<quint64>(value * 16 + quint64(digit), std::numeric_limits<quint32>::max());

@@ -16,6 +16,9 @@ struct LWScannedInt {
     qsizetype end;
 };
 
+// The value of one hexadecimal digit (either case), or -1.
+int hexDigitValue(QChar c);
+
 // Hexadecimal digits with an optional "0x" or "0X" in front. Nothing when no
 // digit follows the white space.
 std::optional<LWScannedUInt> scanHexInt(QStringView text, qsizetype from = 0);
