@@ -10,7 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   shared-mime-info hicolor-icon-theme adwaita-icon-theme fonts-dejavu-core
   dbus dbus-x11 gvfs gvfs-daemons xvfb xauth xdotool imagemagick x11-utils ed vim
-  file dpkg-dev time python3
+  file dpkg-dev time python3 desktop-file-utils appstream
 )
 
 missing=()
