@@ -102,6 +102,29 @@ private:
     bool _atEnd = false;
 };
 
+// Decodes the rest of the source a chunk at a time, from `start` in the
+// buffer, and hands each piece of text to `sink(text, isLast)`. False when
+// reading fails.
+template <typename Sink>
+bool decodeChunks(ChunkBuffer& buffer, qsizetype start, DWTextDecoder::Encoding encoding,
+                  Sink&& sink) {
+    DWTextDecoder decoder(encoding);
+    QString text;
+    for (;;) {
+        decoder.decode(QByteArrayView(buffer.data() + start, buffer.size() - start), text);
+        sink(text, false);
+        text.clear();
+        if (buffer.atEnd())
+            break;
+        if (!buffer.refillKeeping(buffer.size()))
+            return false;
+        start = 0;
+    }
+    decoder.finish(text);
+    sink(text, true);
+    return true;
+}
+
 inline bool isLineBreak(char16_t c) {
     return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
@@ -217,21 +240,10 @@ std::optional<qint64> DWTaskCounter::countGeneral(Source& source, qsizetype chun
         if (!buffer.restart() || !buffer.fillAtLeast(1))
             return std::nullopt;
     }
-    DWTextDecoder decoder(encoding);
     LineMatcher matcher(_openRules, _doneRules);
-    QString text;
-    for (;;) {
-        decoder.decode(QByteArrayView(buffer.data() + start, buffer.size() - start), text);
-        matcher.feed(text);
-        text.clear();
-        if (buffer.atEnd())
-            break;
-        if (!buffer.refillKeeping(buffer.size()))
-            return std::nullopt;
-        start = 0;
-    }
-    decoder.finish(text);
-    matcher.feed(text);
+    if (!decodeChunks(buffer, start, encoding,
+                      [&](const QString& text, bool) { matcher.feed(text); }))
+        return std::nullopt;
     return matcher.finish();
 }
 
@@ -243,24 +255,13 @@ std::optional<qint64> DWTaskCounter::countBytes(Source& source, qsizetype chunkS
 
     if (mark && mark->encoding != DWTextDecoder::Encoding::Utf8) {
         // UTF-16 and UTF-32 go through UTF-8, a chunk at a time.
-        DWTextDecoder decoder(mark->encoding);
         DWByteTaskCounter counter(*_program, DWByteTaskCounter::Mode::Utf8Lenient);
-        QString text;
-        qsizetype start = mark->length;
-        for (;;) {
-            decoder.decode(QByteArrayView(buffer.data() + start, buffer.size() - start), text);
-            const QByteArray utf8 = text.toUtf8();
-            text.clear();
-            counter.feed(utf8.constData(), utf8.size(), false);
-            if (buffer.atEnd())
-                break;
-            if (!buffer.refillKeeping(buffer.size()))
-                return std::nullopt;
-            start = 0;
-        }
-        decoder.finish(text);
-        const QByteArray utf8 = text.toUtf8();
-        counter.feed(utf8.constData(), utf8.size(), true);
+        if (!decodeChunks(buffer, mark->length, mark->encoding,
+                          [&](const QString& text, bool isLast) {
+                              const QByteArray utf8 = text.toUtf8();
+                              counter.feed(utf8.constData(), utf8.size(), isLast);
+                          }))
+            return std::nullopt;
         return counter.count();
     }
 
