@@ -1,13 +1,12 @@
 #pragma once
 
-#include <QPushButton>
+#include "ui/LWLinkCursorButton.h"
 
-// A push button that shows the pointing-hand cursor while the mouse is over it,
-// for buttons that read as links.
-class DWPointyButton : public QPushButton {
+// The app's name for the library's pointing-hand button, the class its
+// promotional .ui designs name.
+class DWPointyButton : public LWLinkCursorButton {
     Q_OBJECT
 
 public:
-    explicit DWPointyButton(QWidget* parent = nullptr);
-    explicit DWPointyButton(const QString& text, QWidget* parent = nullptr);
+    using LWLinkCursorButton::LWLinkCursorButton;
 };
