@@ -33,8 +33,9 @@ TEST(HexColors, ReadAsFarAsTheHexDigitsGo) {
 
     const QColor hsv = QColor::fromHsvF(0.5f, 1.0f, 1.0f, 0.25f);
     const QColor rgb = lw::CGColor(hsv);
-    EXPECT_EQ(rgb.spec(), QColor::Rgb);
-    EXPECT_EQ(rgb.rgba(), hsv.rgba());
+    // Converted to RGB components, not just the same colour in HSV.
+    EXPECT_EQ(rgb, hsv.toRgb());
+    EXPECT_NE(rgb, hsv);
 }
 
 TEST(Clipboard, WritingReplacesWhatItHeldWithPlainText) {
