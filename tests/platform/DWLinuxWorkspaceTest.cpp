@@ -4,7 +4,6 @@
 #include "platform/DWIconTheme.h"
 #include "support/TestEnvironment.h"
 
-#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QMimeDatabase>
@@ -226,36 +225,6 @@ TEST(WorkspaceApplications, DesktopEntriesAreFoundUserFirst) {
     qunsetenv("XDG_DATA_DIRS");
 }
 
-namespace {
-// Receives what QDesktopServices would hand to the desktop.
-class OpenedUrls : public QObject {
-    Q_OBJECT
-public:
-    QList<QUrl> urls;
-public slots:
-    void open(const QUrl& url) { urls.append(url); }
-};
-} // namespace
-
-TEST(WorkspaceOpening, FilesGoToTheDesktopAndRevealingFallsBackToTheFolder) {
-    OpenedUrls opened;
-    QDesktopServices::setUrlHandler(u"file"_s, &opened, "open");
-    DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
-    const QString folder = dwtest::homePath() + u"/open"_s;
-    const QString file = folder + u"/My List.txt"_s;
-    dwtest::writeFile(file, "- [ ] a\n");
-
-    EXPECT_TRUE(workspace.openFile(file));
-    EXPECT_FALSE(workspace.openFile(folder + u"/missing.txt"_s));
-    EXPECT_FALSE(workspace.openUrl(QUrl(u"http://[broken"_s)));
-    EXPECT_FALSE(workspace.openUrl(QUrl(u"relative/path"_s)));
-    // No session bus in this test: revealing opens the folder.
-    EXPECT_TRUE(workspace.selectFile(file, QString()));
-    EXPECT_FALSE(workspace.selectFile(folder + u"/missing.txt"_s, QString()));
-    EXPECT_EQ(opened.urls, (QList<QUrl>{QUrl::fromLocalFile(file), QUrl::fromLocalFile(folder)}));
-    QDesktopServices::unsetUrlHandler(u"file"_s);
-}
-
 TEST(WorkspaceCustomIcons, WithoutAMetadataServiceTheWriteFailsWithOneWarningAndChangesNothing) {
     LWLogger::sharedInstance()->setMessageBacklogSize(100);
     LWLogger::sharedInstance()->setMessageBacklog({});
@@ -280,5 +249,3 @@ TEST(WorkspaceCustomIcons, WithoutAMetadataServiceTheWriteFailsWithOneWarningAnd
     EXPECT_EQ(lw::contentModificationDate(file), date);
     EXPECT_EQ(dwtest::readFile(file), QByteArray("- [ ] a\n"));
 }
-
-#include "DWLinuxWorkspaceTest.moc"
