@@ -95,14 +95,23 @@ TEST(BadgeCommand, BadInputIsAClearErrorAndWritesNothing) {
     EXPECT_FALSE(QFileInfo::exists(dir));
 }
 
-// Without a display, and for a file of no known type: the document icon built
-// into the program.
-TEST(BadgeCommand, RunsWithoutADisplay) {
+// Without a display the window app says how to run it under a virtual X server
+// instead of aborting inside Qt; the badge command runs there, and gives a file
+// of no known type the document icon built into the program.
+TEST(BadgeCommand, RunsWithoutADisplayWhereTheAppExplainsItself) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
         environment.remove(name);
     QProcess process;
     process.setProcessEnvironment(environment);
+    process.start(DOTWISE_EXECUTABLE, {});
+    ASSERT_TRUE(process.waitForFinished(20000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 1);
+    const QString message = QString::fromLocal8Bit(process.readAllStandardError());
+    EXPECT_TRUE(message.contains("no display") && message.contains("xvfb-run"))
+        << message.toStdString();
+
     const QString blob = scratch("process/data.unknown-kind");
     dwtest::writeFile(blob, QByteArray("\x00\x01\x02\x03", 4));
     const QString dir = scratch("process/icons");

@@ -9,7 +9,7 @@
 // edit made it; a deleted file leaves the list.
 TEST_F(ControllerTest, AnEditOnDiskEndsAsANewBadgeAndADeletionAsARemoval) {
     const QString list = makeFile(u"errands.md"_s, "- [ ] milk\n");
-    DotwiseAppDelegate& app = start(true, true, DWInotifyEventStreamFactory::create());
+    DotwiseAppDelegate& app = start(true, DWInotifyEventStreamFactory::create());
     app.addFileToWatchList(list);
     app.waitUntilBadgeUpdatesFinish();
     ASSERT_EQ(app.taskLists().size(), 1);
