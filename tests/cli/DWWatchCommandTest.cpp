@@ -102,7 +102,6 @@ TEST(WatchCommand, NothingToWatchAndUsageErrors) {
          1,
          u"dotwise watch: cannot read 'gone.txt': No such file or directory"_s},
         {{}, 2, u"dotwise watch: no file given"_s},
-        {{u"--follow"_s, u"x.txt"_s}, 2, u"unknown option '--follow'"_s},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.message.toStdString());
