@@ -78,26 +78,20 @@ TEST_F(ControllerTest, PlainTextFilesAreAddedOnlyOnceTheirStyleIsChosen) {
     EXPECT_TRUE(app.taskLists().isEmpty());
     EXPECT_EQ(app.pendingStyleQuestions(), (QStringList{notes, todo}));
 
-    const struct {
-        QString path, fileName;
-        int answer;
-        QString ruleSet;
-        int openTasks;
-    } answers[] = {{notes, u"Notes.TXT"_s, 1, DWTaskRuleSet::squareBracketStyleName, 1},
-                   {todo, u"todo.txt"_s, 0, DWTaskRuleSet::todotxtName, 2}};
-    for (const auto& expected : answers) {
+    // Style B is square brackets (one open task here), Style A todo.txt (two).
+    for (const QString& name : {u"Notes.TXT"_s, u"todo.txt"_s}) {
         LWAlert* alert = openAlert();
         ASSERT_TRUE(alert);
         EXPECT_EQ(alert->messageText(),
-                  u"Which task style would you like to use for %1?"_s.arg(expected.fileName));
+                  u"Which task style would you like to use for %1?"_s.arg(name));
         EXPECT_EQ(alert->accessoryView(), app.styleExamplesView());
-        const QString answer = expected.answer == 1 ? u"Style B"_s : u"Style A"_s;
-        ASSERT_TRUE(alert->clickButtonWithTitle(answer));
-        ASSERT_EQ(listedPaths().last(), expected.path);
+        ASSERT_TRUE(
+            alert->clickButtonWithTitle(name == u"todo.txt"_s ? u"Style A"_s : u"Style B"_s));
         app.waitUntilBadgeUpdatesFinish();
-        EXPECT_EQ(app.taskLists().last()->ruleSet()->name(), expected.ruleSet);
-        EXPECT_EQ(app.taskLists().last()->openTasks(), expected.openTasks);
+        EXPECT_EQ(app.taskLists().last()->openTasks(), name == u"todo.txt"_s ? 2 : 1);
     }
+    EXPECT_EQ(app.taskLists().first()->ruleSet()->name(), DWTaskRuleSet::squareBracketStyleName);
+    EXPECT_EQ(app.taskLists().last()->ruleSet()->name(), DWTaskRuleSet::todotxtName);
     EXPECT_EQ(savedPaths(), (QStringList{notes, todo}));
 
     // Any other file is added at once, with the best matching rules, and a
