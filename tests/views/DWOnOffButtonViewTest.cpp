@@ -48,9 +48,8 @@ TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClippedOrTheNamedOne) {
     // Without a picture of its own it draws the named one, and sizes to it.
     view.setImage(QImage());
     render(view);
-    const QImage named = view.image();
-    ASSERT_FALSE(named.isNull());
-    EXPECT_EQ(view.sizeHint(), named.deviceIndependentSize().toSize());
+    ASSERT_FALSE(view.image().isNull());
+    EXPECT_EQ(view.sizeHint(), view.image().deviceIndependentSize().toSize());
 }
 
 // A label, then two buttons, the second over the first's right half.
