@@ -22,17 +22,16 @@
 
 using namespace Qt::StringLiterals;
 
-// The fake workspace, plus every icon and date write in one list in the order
-// they happened ("remove a.md", "set a.md", "date a.md"), and a gate that
-// holds badge updates in iconForFile until the test lets them through.
+// The fake workspace, recording icon and date writes in order ("remove a.md",
+// "set a.md", "date a.md"), with a gate that holds badge updates in
+// iconForFile until the test opens it.
 class RecordingWorkspace : public FakeWorkspace {
 public:
     LWIconImage iconForFile(const QString& path) const override {
         std::unique_lock locker(_lock);
         ++_waiting;
         _changed.notify_all();
-        _changed.wait(locker, [this] { return !_gated || _permits > 0; });
-        _permits -= _gated ? 1 : 0;
+        _changed.wait(locker, [this] { return !_gated; });
         --_waiting;
         locker.unlock();
         return FakeWorkspace::iconForFile(path);
@@ -50,7 +49,6 @@ public:
         std::lock_guard locker(_lock);
         return _events;
     }
-    // The kinds of write ("remove", "set", "date") for one file name.
     QStringList eventsFor(const QString& fileName) const {
         QStringList kinds;
         for (const QString& event : events()) {
@@ -63,9 +61,8 @@ public:
         std::lock_guard locker(_lock);
         _events.clear();
     }
-    void closeGate() { setGate(true, 0); }
-    void openGate() { setGate(false, 0); }
-    void permit() { setGate(true, 1); }
+    void closeGate() { setGate(true); }
+    void openGate() { setGate(false); }
     bool waitUntilAnUpdateWaits() {
         std::unique_lock locker(_lock);
         return _changed.wait_for(locker, std::chrono::seconds(5), [this] { return _waiting > 0; });
@@ -76,10 +73,9 @@ private:
         std::lock_guard locker(_lock);
         _events.append(event);
     }
-    void setGate(bool gated, int permits) {
+    void setGate(bool gated) {
         std::lock_guard locker(_lock);
         _gated = gated;
-        _permits += permits;
         _changed.notify_all();
     }
 
@@ -88,18 +84,15 @@ private:
     mutable std::condition_variable _changed;
     QStringList _events;
     bool _gated = false;
-    mutable int _permits = 0;
     mutable int _waiting = 0;
 };
 
-// A controller over the fakes, with the preferences and the logger's backlog
-// cleared for each test.
+// A controller over the fakes, with preferences and log backlog cleared.
 class ControllerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         LWPreferences::standard().removeObject(u"TaskLists"_s);
-        // A returning user: the first-run offer has been made (tests of the
-        // offer itself remove this).
+        // A returning user: the first-run offer has been made.
         LWPreferences::standard().setBool(u"DidCreateExampleData"_s, true);
         LWLogger::sharedInstance()->setMessageBacklogSize(2000);
         LWLogger::sharedInstance()->setMessageBacklog({});
@@ -113,9 +106,8 @@ protected:
         delegate.reset();
     }
 
-    // init, awakeFromNib and (unless told not to) applicationDidFinishLaunching.
     // The watcher uses the fake streams unless the test hands it a factory.
-    DotwiseAppDelegate& start(bool launchAtLogin, bool finishLaunching = true,
+    DotwiseAppDelegate& start(bool launchAtLogin,
                               std::shared_ptr<DWDirectoryEventStreamFactory> factory = nullptr) {
         DotwiseAppDelegate::Services services;
         services.workspace = &workspace;
@@ -126,8 +118,7 @@ protected:
         services.fileWatcher = std::make_unique<DWFileWatcher>(factory ? factory : streams);
         services.terminate = [this] { ++terminations; };
         delegate = std::make_unique<DotwiseAppDelegate>(std::move(services));
-        if (finishLaunching)
-            delegate->applicationDidFinishLaunching();
+        delegate->applicationDidFinishLaunching();
         return *delegate;
     }
 
@@ -136,7 +127,6 @@ protected:
         dwtest::writeFile(path, contents);
         return path;
     }
-    // Saves task lists as an earlier run would have.
     static void saveTaskLists(const QStringList& paths) {
         QList<std::shared_ptr<DWTaskList>> lists;
         for (const QString& path : paths)
@@ -180,7 +170,6 @@ protected:
     }
 
     RecordingWorkspace workspace;
-    // The watcher's streams: a test delivers directory events by hand.
     std::shared_ptr<FakeDirectoryEventStreamFactory> streams =
         std::make_shared<FakeDirectoryEventStreamFactory>();
     FakeLaunchAtLoginController* loginItem = nullptr; // owned by the controller

@@ -9,12 +9,11 @@
 // edit made it; a deleted file leaves the list.
 TEST_F(ControllerTest, AnEditOnDiskEndsAsANewBadgeAndADeletionAsARemoval) {
     const QString list = makeFile(u"errands.md"_s, "- [ ] milk\n");
-    DotwiseAppDelegate& app = start(true, true, DWInotifyEventStreamFactory::create());
+    DotwiseAppDelegate& app = start(true, DWInotifyEventStreamFactory::create());
     app.addFileToWatchList(list);
     app.waitUntilBadgeUpdatesFinish();
     ASSERT_EQ(app.taskLists().size(), 1);
     const auto taskList = app.taskLists().first();
-    ASSERT_EQ(taskList->openTasks(), 1);
     ASSERT_TRUE(workspace.hasCustomIcon(list));
 
     // The user saves the file in place with two more tasks.
@@ -41,5 +40,4 @@ TEST_F(ControllerTest, AnEditOnDiskEndsAsANewBadgeAndADeletionAsARemoval) {
     ASSERT_TRUE(dwtest::waitUntil([&] { return app.taskLists().isEmpty(); }, 10000));
     EXPECT_TRUE(savedPaths().isEmpty());
     EXPECT_TRUE(app.fileWatcher()->watchedFiles().isEmpty());
-    EXPECT_EQ(menuTitles().size(), 3);
 }

@@ -12,8 +12,7 @@ TEST(SerialQueue, RunsJobsOneAtATimeInOrderAndCancelsOnlyWaitingOnes) {
     std::vector<int> order;
     std::atomic<int> running{0};
     std::atomic<bool> overlapped{false}, onCaller{false};
-    // The worker waits until all 100 are queued, so the job queued from job 0
-    // must come after all of them.
+    // The worker waits until all 100 are queued.
     QSemaphore queued;
     queue.addOperation([&] { queued.acquire(); });
     for (int i = 0; i < 100; ++i) {
