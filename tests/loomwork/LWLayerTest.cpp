@@ -12,8 +12,7 @@
 #include <gtest/gtest.h>
 
 namespace {
-// Every layer change in these tests takes effect at once unless a test
-// switches actions back on.
+// Layer changes take effect at once unless a test switches actions back on.
 class LayerTest : public ::testing::Test {
 protected:
     void SetUp() override { LWBeginActionlessTransaction(); }
@@ -21,8 +20,11 @@ protected:
         LWCommitTransaction();
         EXPECT_EQ(LWLayerTransaction::depth(), 0);
     }
+    // A sublayer of `parent`, or a top layer in the scene.
     LWLayer* addLayer(LWLayer* parent, const QRectF& frame) {
         auto* layer = new LWLayer(parent);
+        if (!parent)
+            scene.addItem(layer);
         layer->setFrame(frame);
         return layer;
     }
@@ -37,14 +39,11 @@ public:
 
 TEST_F(LayerTest, TransparentPixelsLetClicksThrough) {
     QImage image(5, 1, QImage::Format_ARGB32);
-    const int alphas[] = {0, 1, 2, 3, 255};
-    for (int x = 0; x < 5; ++x)
-        image.setPixel(x, 0, qRgba(200, 0, 0, alphas[x]));
+    for (int x = 0; x < 5; ++x) // alphas 0, 1, 2, 3, 255
+        image.setPixel(x, 0, qRgba(200, 0, 0, x == 4 ? 255 : x));
 
-    auto* below = new LWLayer();
-    below->setFrame(QRectF(0, 0, 5, 1));
+    auto* below = addLayer(nullptr, QRectF(0, 0, 5, 1));
     below->setBackgroundColor(Qt::white);
-    scene.addItem(below);
     auto* above = new LWTransparencyAwareLayer();
     above->setFrame(QRectF(0, 0, 5, 1));
     above->setContents(image);
@@ -63,18 +62,14 @@ TEST_F(LayerTest, TransparentPixelsLetClicksThrough) {
     retina.fill(Qt::transparent);
     retina.setPixel(3, 1, qRgba(0, 0, 0, 255));
     retina.setDevicePixelRatio(2);
-    auto* sharp = new LWTransparencyAwareLayer();
-    sharp->setFrame(QRectF(0, 0, 4, 2));
-    sharp->setContents(retina);
-    scene.addItem(sharp);
-    EXPECT_TRUE(sharp->contains(QPointF(3.5, 1.5)));
-    EXPECT_FALSE(sharp->contains(QPointF(1.5, 0.5)));
+    above->setFrame(QRectF(0, 0, 4, 2));
+    above->setContents(retina);
+    EXPECT_TRUE(above->contains(QPointF(3.5, 1.5)));
+    EXPECT_FALSE(above->contains(QPointF(1.5, 0.5)));
 }
 
 TEST_F(LayerTest, LineupPlacesSublayersSideBySideOnTheBottomEdge) {
-    auto* host = new LWLayer();
-    scene.addItem(host);
-    host->setFrame(QRectF(7, 9, 100, 50));
+    auto* host = addLayer(nullptr, QRectF(7, 9, 100, 50));
     host->setLayoutManager(LWLineupLayoutManager::horizontalLineupLayoutManager());
     auto* a = addLayer(host, QRectF(40, 3, 10, 5));
     auto* b = addLayer(host, QRectF(0, 0, 20, 10));
@@ -96,9 +91,7 @@ TEST_F(LayerTest, LineupPlacesSublayersSideBySideOnTheBottomEdge) {
 }
 
 TEST_F(LayerTest, ConstraintsTieAttributesToTheSuperlayer) {
-    auto* host = new LWLayer();
-    scene.addItem(host);
-    host->setFrame(QRectF(0, 0, 200, 100));
+    auto* host = addLayer(nullptr, QRectF(0, 0, 200, 100));
     host->setLayoutManager(LWConstraintLayoutManager::layoutManager());
     auto* centred = addLayer(host, QRectF(0, 0, 20, 10));
     EXPECT_EQ(lw::constrain(lw::constrain(centred, LWConstraintAttribute::MidX),
@@ -120,8 +113,7 @@ TEST_F(LayerTest, ConstraintsTieAttributesToTheSuperlayer) {
 }
 
 TEST_F(LayerTest, DebugBordersReachEverySublayerAndLieInsideTheBounds) {
-    auto* root = new LWLayer();
-    root->setFrame(QRectF(0, 0, 60, 40));
+    auto* root = addLayer(nullptr, QRectF(0, 0, 60, 40));
     auto* grandchild = addLayer(addLayer(root, QRectF(0, 0, 30, 30)), QRectF(0, 0, 20, 20));
     lw::addDebugBorder(root);
     EXPECT_EQ(grandchild->borderWidth(), 2);
@@ -133,13 +125,10 @@ TEST_F(LayerTest, DebugBordersReachEverySublayerAndLieInsideTheBounds) {
     EXPECT_EQ(image.pixel(30, 1), qRgba(255, 0, 0, 255)); // 2 pixels wide, inside
     EXPECT_EQ(qAlpha(image.pixel(30, 3)), 0);
     EXPECT_EQ(qAlpha(image.pixel(0, 0)), 0); // rounded corner
-    delete root;
 }
 
 TEST_F(LayerTest, FrameChangesAnimateUnlessTheTransactionDisablesActions) {
-    auto* layer = new LWLayer();
-    scene.addItem(layer);
-    layer->setFrame(QRectF(0, 0, 10, 10));
+    auto* layer = addLayer(nullptr, QRectF(0, 0, 10, 10));
 
     LWLayerTransaction::begin();
     EXPECT_TRUE(LWLayerTransaction::disableActions()); // inherited
