@@ -8,7 +8,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-// Restores the shared logger's settings after each test.
 class LoggerTest : public ::testing::Test {
 protected:
     void SetUp() override {

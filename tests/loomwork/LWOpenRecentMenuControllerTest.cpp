@@ -47,14 +47,10 @@ TEST_F(OpenRecentMenuTest, RecordingKeepsTheTenMostRecentFirstWithoutRepeats) {
     controller.noteNewRecentDocumentWithPath(dwtest::homePath() + u"/nothing.txt"_s);
     EXPECT_FALSE(LWPreferences::standard().contains(key));
 
-    const QString a = document(u"a.txt"_s);
-    const QString b = document(u"b, with comma.txt"_s);
-    const QString c = document(u"c.taskpaper"_s);
-    controller.noteNewRecentDocumentWithPath(a);
-    controller.noteNewRecentDocumentWithPath(b);
-    controller.noteNewRecentDocumentWithPath(c);
-    // Already listed: keeps its place, even when it is not at the front.
-    controller.noteNewRecentDocumentWithPath(a);
+    const QString a = document(u"a.txt"_s), b = document(u"b, with comma.txt"_s),
+                  c = document(u"c.taskpaper"_s);
+    for (const QString& path : {a, b, c, a}) // a listed one keeps its place, even not in front
+        controller.noteNewRecentDocumentWithPath(path);
     EXPECT_EQ(stored(), (QStringList{c, b, a}));
     // Folders count as documents too.
     const QString folder = dwtest::homePath() + u"/docs"_s;
@@ -71,9 +67,8 @@ TEST_F(OpenRecentMenuTest, RecordingKeepsTheTenMostRecentFirstWithoutRepeats) {
 TEST_F(OpenRecentMenuTest, MenuShowsExistingDocumentsThenClearMenu) {
     expectOnlyDisabledClearMenu(openMenu());
 
-    const QString a = document(u"a.txt"_s);
-    const QString gone = document(u"gone.txt"_s);
-    const QString b = document(u"b.txt"_s);
+    const QString a = document(u"a.txt"_s), gone = document(u"gone.txt"_s),
+                  b = document(u"b.txt"_s);
     for (const QString& path : {a, gone, b})
         controller.noteNewRecentDocumentWithPath(path);
     QFile::remove(gone);
