@@ -40,9 +40,6 @@ protected:
 } // namespace
 
 TEST_F(LoggerTest, MacroPrintsTheTableFormatWithTheSourceFileWithoutItsExtension) {
-    EXPECT_EQ(LWLogger::formatLine(u"No rules!"_s, 1, u"Classes/Model/DWTaskList"_s,
-                                   u"-[DWTaskList updateOpenTasks]"_s, 62),
-              u" WARN| No rules! |DWTaskList:62| -[DWTaskList updateOpenTasks]"_s);
     logger->setMessageBacklogSize(1);
     logger->setMaxLogLevel(-2); // prints levels 0 and up only when taken as unsigned
     ::testing::internal::CaptureStderr();
