@@ -114,26 +114,25 @@ TEST(StringAdditions, PrefixesAndEnterKeys) {
 
 TEST(DateAdditions, DurationWordingAtItsBoundaries) {
     const QDateTime base = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
-    const struct {
-        qint64 seconds;
-        const char* words;
-    } cases[] = {{59, "less than 1 minute"}, {60, "1 minute"}, {120, "2 minutes"},
-                 {3599, "59 minutes"},       {3600, "1 hour"}, {7199, "1 hour"},
-                 {86399, "23 hours"},        {86400, "1 day"}, {172799, "1 day"},
-                 {172800, "2 days"}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addSecs(c.seconds)),
-                  QLatin1String(c.words))
-            << c.seconds;
-        EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addSecs(-c.seconds)),
-                  QLatin1String(c.words))
-            << -c.seconds;
+    auto words = [&](qint64 ms) {
+        return lw::durationInDaysHoursOrMinutesSinceDate(base, base.addMSecs(ms));
+    };
+    const std::pair<qint64, const char*> cases[] = {
+        {59999, "less than 1 minute"},
+        {60000, "1 minute"},
+        {120000, "2 minutes"},
+        {3599000, "59 minutes"},
+        {3600000, "1 hour"},
+        {7199000, "1 hour"},
+        {86399000, "23 hours"},
+        {86400000, "1 day"},
+        {172799000, "1 day"},
+        {172800000, "2 days"},
+        {259200000000000000, "3000000000 days"}}; // beyond 32 bits
+    for (const auto& [ms, expected] : cases) {
+        EXPECT_EQ(words(ms), QLatin1String(expected)) << ms;
+        EXPECT_EQ(words(-ms), QLatin1String(expected)) << -ms;
     }
-    EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addMSecs(59999)),
-              u"less than 1 minute"_s);
-    // Days beyond what a 32-bit count holds.
-    EXPECT_EQ(lw::durationInDaysHoursOrMinutesSinceDate(base, base.addDays(3000000000)),
-              u"3000000000 days"_s);
 
     LWDurationInDaysHoursOrMinutesValueTransformer transformer;
     EXPECT_EQ(transformer.transformedValue(QDateTime::currentDateTime().addSecs(-7300)).toString(),
