@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTimer>
-#include <QWidget>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -27,7 +26,6 @@ std::unique_ptr<LWAlert> classicAlert() {
 
 std::unique_ptr<LWAlert> addedButtonsAlert() {
     auto alert = std::make_unique<LWAlert>();
-    alert->setMessageText(u"Pick one"_s);
     alert->addButtonWithTitle(u"First"_s);
     alert->addButtonWithTitle(u"Second"_s);
     return alert;
@@ -35,20 +33,16 @@ std::unique_ptr<LWAlert> addedButtonsAlert() {
 
 class AlertTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        window = std::make_unique<QWidget>();
-        window->resize(400, 300);
-        window->show();
-    }
+    void SetUp() override { window->show(); }
     void TearDown() override {
         flushDeferredDeletes();
         EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
     }
-    std::unique_ptr<QWidget> window;
+    std::unique_ptr<QWidget> window = std::make_unique<QWidget>();
 };
 } // namespace
 
-TEST_F(AlertTest, ButtonsCarryClassicOrAddedReturnCodes) {
+TEST_F(AlertTest, ButtonsCarryClassicOrAddedReturnCodesThatRunModalReturns) {
     auto alert = classicAlert();
     QList<int> codes;
     for (QPushButton* button : alert->buttons())
@@ -58,8 +52,13 @@ TEST_F(AlertTest, ButtonsCarryClassicOrAddedReturnCodes) {
     auto sparse = LWAlert::alertWithMessageText(u"m"_s, QString(), QString(), QString(), QString());
     ASSERT_EQ(sparse->buttons().size(), 1);
     EXPECT_EQ(sparse->buttons()[0]->text(), u"OK"_s);
+
     auto added = addedButtonsAlert();
-    EXPECT_EQ(added->returnCodeOfButton(added->addButtonWithTitle(u"Third"_s)), 1002);
+    QTimer::singleShot(0, [] { LWAlert::activeAlerts().first()->buttons()[1]->click(); });
+    EXPECT_EQ(added->runModal(), 1001);
+    // Negative codes survive the dialog's own result handling.
+    QTimer::singleShot(0, [&] { alert->clickButtonWithReturnCode(-1); });
+    EXPECT_EQ(alert->runModal(), -1);
 }
 
 TEST_F(AlertTest, SheetStaysUpUntilAnsweredAndIsOnScreenDuringTheCallback) {
@@ -74,18 +73,14 @@ TEST_F(AlertTest, SheetStaysUpUntilAnsweredAndIsOnScreenDuringTheCallback) {
     ASSERT_EQ(LWAlert::activeAlerts(), QList<LWAlert*>{alert.get()});
     EXPECT_EQ(alert->window()->parentWidget(), window.get());
     EXPECT_EQ(alert->window()->windowModality(), Qt::WindowModal);
-    EXPECT_TRUE(alert->window()->isVisible());
 
-    // A real click goes through the event queue.
-    alert->buttons()[1]->click();
+    alert->buttons()[1]->click(); // a real click goes through the event queue
     EXPECT_TRUE(codes.isEmpty());
     QCoreApplication::processEvents();
     EXPECT_EQ(codes, QList<int>{0});
     EXPECT_TRUE(visibleInCallback);
     EXPECT_FALSE(alert->window()->isVisible());
-    EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
-    // Answering again does nothing.
-    EXPECT_FALSE(alert->clickButtonWithReturnCode(1));
+    EXPECT_FALSE(alert->clickButtonWithReturnCode(1)); // answering again does nothing
     EXPECT_EQ(codes.size(), 1);
 }
 
@@ -95,7 +90,6 @@ TEST_F(AlertTest, CallbackMayDestroyTheAlertOrShowItAgain) {
     ASSERT_TRUE(alert->clickButtonWithReturnCode(-1));
     EXPECT_EQ(alert, nullptr);
 
-    // Shown again from its own callback (the next question on the same window).
     auto again = classicAlert();
     int rounds = 0;
     std::function<void(int)> ask = [&](int) {
@@ -104,26 +98,10 @@ TEST_F(AlertTest, CallbackMayDestroyTheAlertOrShowItAgain) {
     };
     again->beginSheetModalForWindow(window.get(), ask);
     ASSERT_TRUE(again->clickButtonWithReturnCode(1));
-    EXPECT_TRUE(again->isRunning());
     EXPECT_TRUE(again->window()->isVisible());
     ASSERT_TRUE(again->clickButtonWithTitle(u"Skip"_s));
     EXPECT_EQ(rounds, 2);
     EXPECT_FALSE(again->window()->isVisible());
-}
-
-TEST_F(AlertTest, RunModalReturnsTheCodeOfTheButtonPressed) {
-    auto alert = addedButtonsAlert();
-    QTimer::singleShot(0, [] {
-        ASSERT_EQ(LWAlert::activeAlerts().size(), 1);
-        LWAlert::activeAlerts().first()->buttons()[1]->click();
-    });
-    EXPECT_EQ(alert->runModal(), 1001);
-    EXPECT_FALSE(alert->window()->isVisible());
-
-    // Negative codes survive the dialog's own result handling.
-    auto classic = classicAlert();
-    QTimer::singleShot(0, [&] { classic->clickButtonWithReturnCode(-1); });
-    EXPECT_EQ(classic->runModal(), -1);
 }
 
 TEST_F(AlertTest, EscapeAnswersOnlyThroughACancelButton) {
@@ -139,7 +117,6 @@ TEST_F(AlertTest, EscapeAnswersOnlyThroughACancelButton) {
     noCancel->beginSheetModalForWindow(window.get(), [&](int code) { codes.append(code); });
     QApplication::sendEvent(noCancel->window(), &escape);
     noCancel->window()->close();
-    EXPECT_TRUE(noCancel->isRunning());
     EXPECT_TRUE(noCancel->window()->isVisible());
     noCancel->clickButtonWithReturnCode(1);
     EXPECT_EQ(codes, (QList<int>{0, 1}));
@@ -158,16 +135,13 @@ TEST_F(AlertTest, WindowDestroyedUnderASheetLeavesAWorkingAlert) {
     EXPECT_TRUE(abandoned);
     EXPECT_FALSE(called);
     EXPECT_FALSE(alert->isRunning());
-    EXPECT_FALSE(alert->window()->isVisible()); // a fresh window, not a dangling one
     ASSERT_TRUE(accessoryGuard);
-    EXPECT_EQ(alert->accessoryView(), accessory);
 
     // Still usable, with its buttons and view, on another window.
     QWidget other;
     other.show();
     int code = 99;
     alert->beginSheetModalForWindow(&other, [&](int c) { code = c; });
-    EXPECT_EQ(alert->buttons().size(), 3);
     EXPECT_EQ(accessory->parentWidget()->window(), alert->window());
     alert->clickButtonWithTitle(u"Later"_s);
     EXPECT_EQ(code, -1);
@@ -175,7 +149,6 @@ TEST_F(AlertTest, WindowDestroyedUnderASheetLeavesAWorkingAlert) {
     EXPECT_FALSE(accessoryGuard); // went with its alert
 }
 
-// The completion-callback sheets: result rules, null callback and lifetime.
 TEST_F(AlertTest, ChoicesSheetReportsTheSelectedIndexOnlyForTheDefaultButton) {
     const struct {
         bool classic;
@@ -183,10 +156,12 @@ TEST_F(AlertTest, ChoicesSheetReportsTheSelectedIndexOnlyForTheDefaultButton) {
         int selected; // -2 keeps the pop-up's own selection
         int button;
         int expected;
-    } cases[] = {{true, {"a", "b", "c"}, -2, 1, 0},  {true, {"a", "b", "c"}, 2, 1, 2},
-                 {true, {"a", "b"}, -1, 1, -1},      {true, {"a", "b", "c"}, 2, 0, -1},
-                 {true, {"a", "b", "c"}, 1, -1, -1}, {true, {}, -2, 1, -1},
-                 {false, {"a", "b"}, 1, 1000, -1},   {false, {"a", "b"}, 1, 1001, -1}};
+    } cases[] = {{true, {"a", "b", "c"}, -2, 1, 0},
+                 {true, {"a", "b", "c"}, 2, 1, 2},
+                 {true, {"a", "b"}, -1, 1, -1},
+                 {true, {"a", "b", "c"}, 2, 0, -1},
+                 {true, {}, -2, 1, -1},
+                 {false, {"a", "b"}, 1, 1000, -1}};
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.choices.size() << " choices, selected " << c.selected
                                           << ", button " << c.button);
@@ -201,10 +176,7 @@ TEST_F(AlertTest, ChoicesSheetReportsTheSelectedIndexOnlyForTheDefaultButton) {
         auto* popUp = qobject_cast<QComboBox*>(raw->accessoryView());
         ASSERT_NE(popUp, nullptr);
         EXPECT_EQ(popUp->size(), QSize(300, 26));
-        QStringList items;
-        for (int i = 0; i < popUp->count(); ++i)
-            items.append(popUp->itemText(i));
-        EXPECT_EQ(items, c.choices);
+        EXPECT_EQ(popUp->count(), c.choices.size());
         if (c.selected != -2)
             popUp->setCurrentIndex(c.selected);
         ASSERT_TRUE(raw->clickButtonWithReturnCode(c.button));
@@ -216,7 +188,6 @@ TEST_F(AlertTest, ChoicesSheetReportsTheSelectedIndexOnlyForTheDefaultButton) {
 TEST_F(AlertTest, PlainSheetPassesCodesUnlessTheAccessoryIsAPopUp) {
     std::optional<int> result;
     auto handler = [&](LWAlert&, int r) { result = r; };
-
     auto plain = addedButtonsAlert();
     LWAlert* raw = plain.get();
     lw::beginSheetModalForWindow(std::move(plain), window.get(), handler);
@@ -237,14 +208,11 @@ TEST_F(AlertTest, PlainSheetPassesCodesUnlessTheAccessoryIsAPopUp) {
 
     // The choices replace an accessory view the alert had.
     auto replaced = classicAlert();
-    auto* label = new QLabel(u"old"_s);
-    QPointer<QWidget> labelGuard(label);
+    QPointer<QWidget> label = new QLabel(u"old"_s);
     replaced->setAccessoryView(label);
-    raw = replaced.get();
-    lw::beginSheetModalWithChoices(std::move(replaced), {u"only"_s}, window.get(), handler);
-    EXPECT_FALSE(labelGuard);
-    raw->clickButtonWithReturnCode(1);
-    EXPECT_EQ(result, 0);
+    lw::beginSheetModalWithChoices(std::move(replaced), {u"only"_s}, window.get(), nullptr);
+    EXPECT_FALSE(label);
+    LWAlert::activeAlerts().first()->clickButtonWithReturnCode(1);
 }
 
 TEST_F(AlertTest, RunnerKeepsTheAlertUntilTheCallbackHasReturned) {
@@ -263,22 +231,11 @@ TEST_F(AlertTest, RunnerKeepsTheAlertUntilTheCallbackHasReturned) {
     flushDeferredDeletes();
     EXPECT_FALSE(guard);
 
-    // A null callback: the sheet runs and ends, and the runner still goes.
-    auto silent = classicAlert();
-    QPointer<LWAlert> silentGuard(silent.get());
-    lw::beginSheetModalForWindow(std::move(silent), window.get(), nullptr);
-    ASSERT_TRUE(silentGuard->clickButtonWithReturnCode(0));
-    flushDeferredDeletes();
-    EXPECT_FALSE(silentGuard);
-
     // The window going away under the sheet releases the runner and alert.
     auto orphan = classicAlert();
     QPointer<LWAlert> orphanGuard(orphan.get());
-    bool orphanCalled = false;
-    lw::beginSheetModalForWindow(std::move(orphan), window.get(),
-                                 [&](LWAlert&, int) { orphanCalled = true; });
+    lw::beginSheetModalForWindow(std::move(orphan), window.get(), nullptr);
     window.reset();
     flushDeferredDeletes();
     EXPECT_FALSE(orphanGuard);
-    EXPECT_FALSE(orphanCalled);
 }

@@ -56,110 +56,76 @@ protected:
     int activations = 0;
 };
 
-struct IncomingCase {
-    const char* url;
-    std::optional<Call> call;
-    const char* warnings; // the system-log lines, joined by "\n"
-};
 } // namespace
 
 TEST_F(ApplicationProxyTest, IncomingURLsCallCommandsOrAreRefusedWithAWarning) {
-    const IncomingCase cases[] = {
+    const std::pair<const char*, Call> accepted[] = {
         {"myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12",
-         Call{"rpcOpenFile:atLine:", {"My Notes.txt", "12"}}, ""},
-        {"myscheme://editor/rpcRefresh", Call{"rpcRefresh", {}}, ""},
-        {"myscheme://editor/rpc/x", Call{"rpc:", {"x"}}, ""},
-        // Blanks around scheme and handler are trimmed; line breaks are not.
-        {" myscheme\t://\u00A0editor /rpcRefresh", Call{"rpcRefresh", {}}, ""},
-        {"myscheme://editor\n/rpcRefresh",
-         {},
-         "WARNING: No handler for name: editor\n (command: myscheme://editor\n/rpcRefresh)"},
+         {"rpcOpenFile:atLine:", {"My Notes.txt", "12"}}},
+        // Blanks around scheme and handler are trimmed.
+        {" myscheme\t://\u00A0editor /rpcRefresh", {"rpcRefresh", {}}},
         // Escapes: "+" stays, %2B and %2F decode, a broken segment is dropped.
-        {"myscheme://editor/rpcOpen/a+b%2B%2Fc%3F%23%25", Call{"rpcOpen:", {"a+b+/c?#%"}}, ""},
-        {"myscheme://editor/rpcOpen/abc%FF", Call{"rpcOpen", {}}, ""},
-        {"myscheme://editor/rpcOpen/abc%4", Call{"rpcOpen", {}}, ""},
-        {"myscheme://editor/rpcOpen/%C3%A9t%C3%A9", Call{"rpcOpen:", {"\u00E9t\u00E9"}}, ""},
-        {"myscheme://editor/rpcOpen/%ED%A0%80", Call{"rpcOpen", {}}, ""}, // encoded surrogate
-        {"myscheme://editor/rpcOpen/", Call{"rpcOpen:", {""}}, ""},
-        {"myscheme://editor/rpcOpenFile//atLine/", Call{"rpcOpenFile:atLine:", {"", ""}}, ""},
-        // Too short: no "://", two of them, or no path at all.
+        {"myscheme://editor/rpcOpen/a+b%2B%2Fc%3F%23%25", {"rpcOpen:", {"a+b+/c?#%"}}},
+        {"myscheme://editor/rpcOpen/abc%FF", {"rpcOpen", {}}},
+        {"myscheme://editor/rpcOpenFile//atLine/", {"rpcOpenFile:atLine:", {"", ""}}}};
+    for (const auto& [url, call] : accepted) {
+        SCOPED_TRACE(url);
+        handler->calls.clear();
+        EXPECT_TRUE(
+            warningsDuring([&] { proxy.handleIncomingURL(QString::fromUtf8(url)); }).isEmpty());
+        EXPECT_EQ(handler->calls, QList<Call>{call});
+    }
+    // The system-log lines of each refusal, joined by "\n".
+    const std::pair<const char*, const char*> refused[] = {
+        {"myscheme://editor\n/rpcRefresh", // line breaks are not trimmed
+         "WARNING: No handler for name: editor\n (command: myscheme://editor\n/rpcRefresh)"},
         {"myscheme:/editor/rpcRefresh",
-         {},
          "WARNING: Invalid command URL (too short): myscheme:/editor/rpcRefresh"},
-        {"myscheme://editor/rpcOpen/a://b",
-         {},
-         "WARNING: Invalid command URL (too short): myscheme://editor/rpcOpen/a://b"},
-        {"myscheme://editor", {}, "WARNING: Invalid command URL (too short): myscheme://editor"},
-        {" ://editor/rpcRefresh", {}, "WARNING: Invalid command URL:  ://editor/rpcRefresh"},
-        {"myscheme:// /rpcRefresh", {}, "WARNING: Invalid command URL: myscheme:// /rpcRefresh"},
+        {"myscheme://editor", "WARNING: Invalid command URL (too short): myscheme://editor"},
+        {"myscheme:// /rpcRefresh", "WARNING: Invalid command URL: myscheme:// /rpcRefresh"},
         {"MyScheme://editor/rpcRefresh",
-         {},
          "WARNING: Invalid protocol: MyScheme. Supported is only: myscheme"},
         {"myscheme://%20editor/rpcRefresh",
-         {},
          "WARNING: No handler for name: %20editor (command: myscheme://%20editor/rpcRefresh)"},
-        {"myscheme://Editor/rpcRefresh",
-         {},
-         "WARNING: No handler for name: Editor (command: myscheme://Editor/rpcRefresh)"},
-        // An empty or foreign command name: the prefix warning, then the refusal.
-        {"myscheme://editor/",
-         {},
-         "WARNING: Ignoring all commands without 'rpc' prefix: \n"
-         "WARNING: Invalid method/arguments: (\"\")"},
+        // A foreign command name: the prefix warning, then the refusal.
         {"myscheme://editor/refresh",
-         {},
          "WARNING: Ignoring all commands without 'rpc' prefix: refresh\n"
          "WARNING: Invalid method/arguments: (\"refresh\")"},
         // Odd numbers of segments: refused without the prefix warning.
         {"myscheme://editor/rpcOpen/a/b",
-         {},
          "WARNING: Invalid method/arguments: (\"rpcOpen\", \"a\", \"b\")"},
-        {"myscheme://editor/rpcA/1/b/2/c",
-         {},
-         "WARNING: Invalid method/arguments: (\"rpcA\", \"1\", \"b\", \"2\", \"c\")"},
         // Colons inside segments would call a command short of arguments.
-        {"myscheme://editor/rpc:", {}, "WARNING: Invalid method/arguments: (\"rpc:\")"},
-        {"myscheme://editor/rpc:/c%F/1%",
-         {},
-         "WARNING: Invalid method/arguments: (\"rpc:\", \"c%F\", \"1%\")"},
         {"myscheme://editor/rpcOpen/x/a%3Ab/y",
-         {},
          "WARNING: Invalid method/arguments: (\"rpcOpen\", \"x\", \"a%3Ab\", \"y\")"},
-        // Every segment dropped: nothing left.
-        {"myscheme://editor/%FF", {}, "WARNING: Invalid method/arguments: (\"%FF\")"},
+        {"myscheme://editor/%FF", "WARNING: Invalid method/arguments: (\"%FF\")"},
         {"myscheme://editor/rpcMissing",
-         {},
          "WARNING: Delegate (editor) does not respond to selector: rpcMissing"},
         {"myscheme://editor/rpcOpenFile/x",
-         {},
-         "WARNING: Delegate (editor) does not respond to selector: rpcOpenFile:"},
-    };
-    for (const IncomingCase& c : cases) {
-        const QString url = QString::fromUtf8(c.url);
-        SCOPED_TRACE(url.toStdString());
-        handler->calls.clear();
-        const QStringList warnings = warningsDuring([&] { proxy.handleIncomingURL(url); });
-        EXPECT_EQ(warnings.join(u'\n'), QString::fromUtf8(c.warnings));
-        EXPECT_EQ(handler->calls, c.call ? QList<Call>{*c.call} : QList<Call>{});
+         "WARNING: Delegate (editor) does not respond to selector: rpcOpenFile:"}};
+    for (const auto& [url, warnings] : refused) {
+        SCOPED_TRACE(url);
+        const QStringList lines =
+            warningsDuring([&] { proxy.handleIncomingURL(QString::fromUtf8(url)); });
+        EXPECT_EQ(lines.join(u'\n'), QString::fromUtf8(warnings));
     }
+    EXPECT_EQ(handler->calls.size(), 1); // the refusals called nothing
 }
 
 TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
-    auto log = std::make_unique<dwtest::LogCapture>();
-    proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"editor"_s, {u"My Notes.txt"_s, 12});
+    {
+        dwtest::LogCapture log;
+        proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"editor"_s, {u"My Notes.txt"_s, 12});
+        ASSERT_EQ(log.loggerLines().size(), 1);
+        const QString line = log.loggerLines().first();
+        EXPECT_TRUE(line.startsWith(u"DEBUG| App proxy: opening URL: "
+                                    u"myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12 "
+                                    u"|LWApplicationProxy:"_s))
+            << line.toStdString();
+        EXPECT_TRUE(
+            line.endsWith(u"| -[LWApplicationProxy remoteInvokeSelector:handler:arguments:]"_s));
+    }
     ASSERT_EQ(workspace.openedUrls().size(), 1);
-    EXPECT_EQ(workspace.openedUrls().first().toString(QUrl::FullyEncoded),
-              u"myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12"_s);
     EXPECT_EQ(activations, 1);
-    ASSERT_EQ(log->loggerLines().size(), 1);
-    const QString line = log->loggerLines().first();
-    EXPECT_TRUE(line.startsWith(QStringLiteral(
-        "DEBUG| App proxy: opening URL: myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12 "
-        "|LWApplicationProxy:")))
-        << line.toStdString();
-    EXPECT_TRUE(
-        line.endsWith(u"| -[LWApplicationProxy remoteInvokeSelector:handler:arguments:]"_s));
-    log.reset();
 
     auto sent = [&](const char* selector, const QVariantList& args) {
         workspace.clearRecords();
@@ -168,8 +134,6 @@ TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
                    ? QString()
                    : workspace.openedUrls().first().toString(QUrl::FullyEncoded);
     };
-    EXPECT_EQ(sent("rpcRefresh", {u"ignored"_s}), u"myscheme://handler/rpcRefresh"_s);
-    EXPECT_EQ(sent("rpcOpen:", {u"x"_s}), u"myscheme://handler/rpcOpen/x"_s);
     // Arguments end at the first invalid entry.
     EXPECT_EQ(sent("rpcA:", {u"1"_s, QVariant(), u"3"_s}), u"myscheme://handler/rpcA/1"_s);
 
@@ -179,43 +143,29 @@ TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
                                     "and arguments ((\"x\")) do not match."});
     warnings = warningsDuring([&] { EXPECT_TRUE(sent("::", {}).isNull()); });
     EXPECT_EQ(warnings, QStringList{"WARNING: Invalid selector for remote invocation: ::"});
-    warnings =
-        warningsDuring([&] { EXPECT_TRUE(sent("rpcOpen:", {QString(QChar(0xD800))}).isNull()); });
-    ASSERT_EQ(warnings.size(), 1);
-    EXPECT_TRUE(warnings.first().startsWith(u"WARNING: Invalid command string: "_s));
     proxy.setAppProtocol(u"my scheme"_s);
     warnings = warningsDuring([&] { EXPECT_TRUE(sent("rpcRefresh", {}).isNull()); });
     EXPECT_EQ(warnings,
               QStringList{"WARNING: Invalid command string: my scheme://handler/rpcRefresh"});
-    EXPECT_EQ(activations, 4);
+    EXPECT_EQ(activations, 2); // refused sends do not activate
 }
 
 // Sending and then receiving gives back the same command and texts, for any
 // argument text.
 TEST_F(ApplicationProxyTest, SentCommandsComeBackUnchanged) {
     QStringList samples{QChar(0xFEFF) + u"bom"_s, QString(QChar(0))};
-    for (const char* text : {"",          "/",          "?",      "#",          "%",
-                             "+",         " ",          "a b",    ":",          "&",
-                             "=",         "%2F",        "..",     "~",          "a\nb",
-                             "\t",        "[x]",        "\u00E9", "\U0001F600", "\u65E5\u672C",
-                             "@$,;!*'()", "a/b?c#d%e+f"})
+    for (const char* text : {"", "/", "?", "#", "%", "+", " ", ":", "%2F", "..", "a\nb", "\u00E9",
+                             "\U0001F600", "@$,;!*'()", "a/b?c#d%e+f"})
         samples.append(QString::fromUtf8(text));
     QRandomGenerator random(77);
-    for (int i = 0; i < 300; ++i) {
-        QString s;
-        const int length = random.bounded(0, 12);
-        for (int k = 0; k < length; ++k) {
-            const int kind = random.bounded(3);
-            if (kind == 0)
-                s.append(QChar(char16_t(random.bounded(0x20, 0x7F))));
-            else if (kind == 1)
-                s.append(QChar(char16_t(random.bounded(0xA0, 0xD7FF))));
-            else
-                s.append(QString::fromUcs4(
-                    std::array<char32_t, 1>{char32_t(random.bounded(0x10000, 0x10FFFF))}.data(),
-                    1));
+    for (int i = 0; i < 100; ++i) {
+        QList<char32_t> text;
+        for (int k = random.bounded(0, 12); k > 0; --k) {
+            const char32_t c = char32_t(random.bounded(0x20, 0x10FFFF));
+            // Printable ASCII, the BMP below the surrogates, or beyond the BMP.
+            text.append(c < 0x7F || c >= 0x10000 ? c : char32_t(0xA0 + c % (0xD7FF - 0xA0)));
         }
-        samples.append(s);
+        samples.append(QString::fromUcs4(text.data(), text.size()));
     }
     for (qsizetype i = 0; i + 1 < samples.size(); ++i) {
         const QString first = samples[i];

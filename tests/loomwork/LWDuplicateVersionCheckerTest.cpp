@@ -21,8 +21,7 @@ const QString webEntry = u"/home/u/.local/share/applications/org.example.notes.w
 const QString ownPath = u"/opt/notes/bin/notes"_s;
 
 struct SeenAlert {
-    QString message;
-    QString informative;
+    QString message, informative;
     QStringList buttons;
     bool sheet = false;
 };
@@ -38,34 +37,25 @@ protected:
     void TearDown() override { LWBundle::setMainBundle(saved); }
 
     void runningBuild(const QString& id, const QString& displayName = QString()) {
-        QJsonObject info{{"CFBundleName", "Notes"}};
-        if (!id.isEmpty())
-            info.insert(u"CFBundleIdentifier"_s, id);
+        QJsonObject info{{"CFBundleName", "Notes"}, {"CFBundleIdentifier", id}};
         if (!displayName.isEmpty())
             info.insert(u"CFBundleDisplayName"_s, displayName);
         LWBundle::setMainBundle(LWBundle(info));
     }
 
-    // Answers the alert once the check waits for the user; records what it
-    // showed and that the check had not returned before.
+    // Answers the alert once the check waits for the user, recording what it showed.
     void answerWith(int returnCode) {
         QTimer::singleShot(0, [this, returnCode] {
-            const QList<LWAlert*> alerts = LWAlert::activeAlerts();
-            ASSERT_EQ(alerts.size(), 1);
-            LWAlert* alert = alerts.first();
-            seen = SeenAlert{alert->messageText(), alert->informativeText(), {}, false};
+            ASSERT_EQ(LWAlert::activeAlerts().size(), 1);
+            LWAlert* alert = LWAlert::activeAlerts().first();
+            seen = SeenAlert{alert->messageText(),
+                             alert->informativeText(),
+                             {},
+                             alert->window()->parentWidget() == &window};
             for (QPushButton* button : alert->buttons())
                 seen->buttons.append(button->text());
-            seen->sheet = alert->window()->parentWidget() == &window;
-            returnedBeforeAnswer = returned;
             alert->clickButtonWithReturnCode(returnCode);
         });
-    }
-
-    void check(QWidget* on) {
-        returned = false;
-        checker.runModalDuplicateVersionCheckInWindow(on, storeId, webId);
-        returned = true;
     }
 
     LWBundle saved;
@@ -73,8 +63,6 @@ protected:
     LWDuplicateVersionChecker checker{&workspace};
     QWidget window;
     int terminations = 0;
-    bool returned = false;
-    bool returnedBeforeAnswer = true;
     std::optional<SeenAlert> seen;
 };
 } // namespace
@@ -83,9 +71,8 @@ TEST_F(DuplicateVersionCheckerTest, StoreBuildRunningRevealsTheWebCopyAndKeepsRu
     runningBuild(storeId);
     workspace.setInstalledApplication(webId, webEntry);
     answerWith(LWAlert::DefaultReturn);
-    check(&window);
-    ASSERT_TRUE(seen);
-    EXPECT_FALSE(returnedBeforeAnswer);
+    checker.runModalDuplicateVersionCheckInWindow(&window, storeId, webId);
+    ASSERT_TRUE(seen); // answered before the check returned
     EXPECT_TRUE(seen->sheet);
     EXPECT_EQ(seen->message, u"Multiple Notes Versions Installed"_s);
     EXPECT_EQ(seen->buttons, (QStringList{"Show Unneeded Version in Finder", "Continue"}));
@@ -98,14 +85,22 @@ TEST_F(DuplicateVersionCheckerTest, StoreBuildRunningRevealsTheWebCopyAndKeepsRu
                   "after the Finder window appears."));
     EXPECT_EQ(workspace.selectedFiles(), QStringList{webEntry});
     EXPECT_EQ(terminations, 0);
-    EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
+
+    // Without a window the alert stands alone; an identifier equal to both is the store build.
+    workspace.clearRecords();
+    workspace.setInstalledApplication(storeId, storeEntry);
+    answerWith(LWAlert::DefaultReturn);
+    checker.runModalDuplicateVersionCheckInWindow(nullptr, storeId, storeId);
+    EXPECT_FALSE(seen->sheet);
+    EXPECT_EQ(workspace.selectedFiles(), QStringList{storeEntry});
+    EXPECT_EQ(terminations, 0);
 }
 
 TEST_F(DuplicateVersionCheckerTest, WebBuildRunningOffersToQuitAndRevealItself) {
     runningBuild(webId, u"Notes Pro"_s);
     workspace.setInstalledApplication(storeId, storeEntry);
     answerWith(LWAlert::DefaultReturn);
-    check(&window);
+    checker.runModalDuplicateVersionCheckInWindow(&window, storeId, webId);
     ASSERT_TRUE(seen);
     EXPECT_EQ(seen->message, u"Multiple Notes Pro Versions Installed"_s);
     EXPECT_EQ(seen->buttons, (QStringList{"Quit and Show in Finder", "Continue"}));
@@ -115,50 +110,36 @@ TEST_F(DuplicateVersionCheckerTest, WebBuildRunningOffersToQuitAndRevealItself) 
     EXPECT_EQ(workspace.selectedFiles(), QStringList{ownPath});
     EXPECT_EQ(terminations, 1);
 
-    // "Continue" leaves everything as it is, and the session still ends.
+    // "Continue" leaves everything as it is.
     workspace.clearRecords();
     seen.reset();
     answerWith(LWAlert::AlternateReturn);
-    check(&window);
+    checker.runModalDuplicateVersionCheckInWindow(&window, storeId, webId);
     ASSERT_TRUE(seen);
-    EXPECT_FALSE(returnedBeforeAnswer);
     EXPECT_TRUE(workspace.selectedFiles().isEmpty());
     EXPECT_EQ(terminations, 1);
 }
 
-TEST_F(DuplicateVersionCheckerTest, WithoutAWindowTheAlertRunsFreeStanding) {
-    // An identifier equal to both counts as the store build.
-    runningBuild(storeId);
-    workspace.setInstalledApplication(storeId, storeEntry);
-    answerWith(LWAlert::DefaultReturn);
-    checker.runModalDuplicateVersionCheckInWindow(nullptr, storeId, storeId);
-    ASSERT_TRUE(seen);
-    EXPECT_FALSE(seen->sheet);
-    EXPECT_EQ(seen->buttons.first(), u"Show Unneeded Version in Finder"_s);
-    EXPECT_EQ(workspace.selectedFiles(), QStringList{storeEntry});
-    EXPECT_EQ(terminations, 0);
-}
-
 TEST_F(DuplicateVersionCheckerTest, NothingIsShownWithoutADuplicateOrAMatchingIdentifier) {
     runningBuild(storeId);
-    check(&window);
-    EXPECT_TRUE(returned);
+    checker.runModalDuplicateVersionCheckInWindow(&window, storeId, webId);
 
     dwtest::LogCapture log;
     workspace.setInstalledApplication(webId, webEntry);
     runningBuild(u"org.example.other"_s);
-    check(&window);
+    checker.runModalDuplicateVersionCheckInWindow(&window, storeId, webId);
     runningBuild(QString());
-    check(&window);
+    checker.runModalDuplicateVersionCheckInWindow(&window, storeId, webId);
     const QStringList lines = log.loggerLines();
     ASSERT_EQ(lines.size(), 2);
+    EXPECT_TRUE(lines[0].contains(u"Our bundle id () doesn't match"_s)); // newest first
     EXPECT_TRUE(lines[1].startsWith(QStringLiteral(
         " WARN| Our bundle id (org.example.other) doesn't match "
         "'org.example.notes' or 'org.example.notes.web'. |LWDuplicateVersionChecker:")));
     EXPECT_TRUE(lines[1].endsWith(QStringLiteral(
         "-[LWDuplicateVersionChecker "
         "runModalDuplicateVersionCheckInWindow:macAppStoreBundleId:webVersionBundleId:]")));
-    EXPECT_TRUE(lines[0].contains(u"Our bundle id () doesn't match"_s));
+    EXPECT_FALSE(seen);
     EXPECT_TRUE(workspace.selectedFiles().isEmpty());
 }
 
@@ -169,8 +150,7 @@ TEST_F(DuplicateVersionCheckerTest, AWindowClosedUnderTheSheetEndsTheCheck) {
     doomed->show();
     QTimer::singleShot(0, [&] { doomed.reset(); });
     dwtest::LogCapture log;
-    check(doomed.get());
-    EXPECT_TRUE(returned);
+    checker.runModalDuplicateVersionCheckInWindow(doomed.get(), storeId, webId);
     EXPECT_TRUE(workspace.selectedFiles().isEmpty());
     EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
 }

@@ -13,14 +13,11 @@ TEST(HexColors, ReadAsFarAsTheHexDigitsGo) {
     } cases[] = {
         {"FF8000", QColor(255, 128, 0)},
         {"0xFF8000", QColor(255, 128, 0)},
-        {"0Xff8000", QColor(255, 128, 0)},
         {" \n ff8000;", QColor(255, 128, 0)},
         {"#FF8000", QColor(0, 0, 0)},
         {"80", QColor(0, 0, 128)},
         {"12FF8000", QColor(255, 128, 0)},
-        {"FFFFFFFFFFFF", QColor(255, 255, 255)},
         {"", QColor(0, 0, 0)},
-        {"nothing", QColor(0, 0, 0)},
         {"0x", QColor(0, 0, 0)},
         {"00ff00zz", QColor(0, 255, 0)},
     };
@@ -29,7 +26,6 @@ TEST(HexColors, ReadAsFarAsTheHexDigitsGo) {
         EXPECT_EQ(color.rgba(), c.expected.rgba()) << c.text;
         EXPECT_EQ(color.alphaF(), 1.0f) << c.text;
     }
-    EXPECT_EQ(lw::colorWithHexString(QString()).rgba(), QColor(0, 0, 0).rgba());
 
     const QColor hsv = QColor::fromHsvF(0.5f, 1.0f, 1.0f, 0.25f);
     const QColor rgb = lw::CGColor(hsv);

@@ -37,7 +37,6 @@ struct Note : LWCoding {
 };
 
 class KeyedArchiveTest : public ::testing::Test {
-protected:
     void SetUp() override { LWKeyedUnarchiver::registerDecoder(u"Note"_s, Note::decode); }
 };
 } // namespace
@@ -56,10 +55,8 @@ TEST_F(KeyedArchiveTest, ValuesAndNestedObjectsRoundTrip) {
     ASSERT_TRUE(decoded);
     const auto note = std::dynamic_pointer_cast<Note>(*decoded);
     ASSERT_TRUE(note && note->parent);
-    EXPECT_EQ(note->number, root.number);
-    EXPECT_TRUE(note->flag);
-    EXPECT_EQ(note->weight, 2.5);
-    EXPECT_EQ(note->blob, root.blob);
+    EXPECT_EQ(std::tuple(note->number, note->flag, note->weight, note->blob),
+              std::tuple(root.number, true, 2.5, root.blob));
     EXPECT_EQ(note->parent->number, 7);
     EXPECT_EQ(note->parent->parent, nullptr);
 
@@ -81,13 +78,8 @@ TEST_F(KeyedArchiveTest, AnyFaultInsideFailsTheWholeArchive) {
 
     // A value of the wrong type, one level down.
     QCborMap top = QCborValue::fromCbor(refused).toMap();
-    QCborMap bad;
-    bad.insert(u"$class"_s, u"Note"_s);
-    bad.insert(u"flag"_s, u"yes"_s);
-    QCborMap outer;
-    outer.insert(u"$class"_s, u"Note"_s);
-    outer.insert(u"parent"_s, bad);
-    top.insert(u"$top"_s, outer);
+    const QCborMap bad{{u"$class"_s, u"Note"_s}, {u"flag"_s, u"yes"_s}};
+    top.insert(u"$top"_s, QCborMap{{u"$class"_s, u"Note"_s}, {u"parent"_s, bad}});
     EXPECT_FALSE(LWKeyedUnarchiver::unarchiveObjectWithData(top.toCborValue().toCbor(), &error));
     EXPECT_EQ(error, u"the value for 'flag' has the wrong type"_s);
 

@@ -44,19 +44,13 @@ void expectOnlyDisabledClearMenu(const QList<QAction*>& items) {
 
 TEST_F(OpenRecentMenuTest, RecordingKeepsTheTenMostRecentFirstWithoutRepeats) {
     EXPECT_EQ(controller.openRecentMenu()->title(), u"Open Recent"_s);
-    controller.noteNewRecentDocumentWithPath(QString());
     controller.noteNewRecentDocumentWithPath(dwtest::homePath() + u"/nothing.txt"_s);
     EXPECT_FALSE(LWPreferences::standard().contains(key));
 
-    const QString a = document(u"a.txt"_s);
-    const QString b = document(u"b, with comma.txt"_s);
-    const QString c = document(u"c.taskpaper"_s);
-    controller.noteNewRecentDocumentWithPath(a);
-    controller.noteNewRecentDocumentWithPath(b);
-    controller.noteNewRecentDocumentWithPath(c);
-    EXPECT_EQ(stored(), (QStringList{c, b, a}));
-    // Already listed: keeps its place, even when it is not at the front.
-    controller.noteNewRecentDocumentWithPath(a);
+    const QString a = document(u"a.txt"_s), b = document(u"b, with comma.txt"_s),
+                  c = document(u"c.taskpaper"_s);
+    for (const QString& path : {a, b, c, a}) // a listed one keeps its place, even not in front
+        controller.noteNewRecentDocumentWithPath(path);
     EXPECT_EQ(stored(), (QStringList{c, b, a}));
     // Folders count as documents too.
     const QString folder = dwtest::homePath() + u"/docs"_s;
@@ -73,9 +67,8 @@ TEST_F(OpenRecentMenuTest, RecordingKeepsTheTenMostRecentFirstWithoutRepeats) {
 TEST_F(OpenRecentMenuTest, MenuShowsExistingDocumentsThenClearMenu) {
     expectOnlyDisabledClearMenu(openMenu());
 
-    const QString a = document(u"a.txt"_s);
-    const QString gone = document(u"gone.txt"_s);
-    const QString b = document(u"b.txt"_s);
+    const QString a = document(u"a.txt"_s), gone = document(u"gone.txt"_s),
+                  b = document(u"b.txt"_s);
     for (const QString& path : {a, gone, b})
         controller.noteNewRecentDocumentWithPath(path);
     QFile::remove(gone);
@@ -84,15 +77,11 @@ TEST_F(OpenRecentMenuTest, MenuShowsExistingDocumentsThenClearMenu) {
         const QList<QAction*> items = openMenu();
         ASSERT_EQ(items.size(), 4);
         EXPECT_EQ(items[0]->text(), u"b.txt"_s);
-        EXPECT_EQ(items[0]->data().toString(), b);
         EXPECT_EQ(items[1]->text(), u"a.txt"_s);
-        EXPECT_TRUE(items[1]->shortcut().isEmpty());
         EXPECT_TRUE(items[2]->isSeparator());
         EXPECT_EQ(items[3]->text(), u"Clear Menu"_s);
         EXPECT_TRUE(items[3]->isEnabled());
-        const QIcon icon = items[0]->icon();
-        ASSERT_FALSE(icon.isNull());
-        EXPECT_EQ(icon.availableSizes(), QList<QSize>{QSize(16, 16)});
+        EXPECT_EQ(items[0]->icon().availableSizes(), QList<QSize>{QSize(16, 16)});
     }
     // The gone document stays in the stored list.
     EXPECT_EQ(stored(), (QStringList{b, gone, a}));
@@ -117,7 +106,6 @@ TEST_F(OpenRecentMenuTest, ChoosingOpensTheFullPathAndClearingEmptiesTheList) {
     QAction bare(u"bare"_s);
     controller.openRecentDocument(&bare);
     controller.openRecentDocument(nullptr);
-    controller.openRecentDocument(&controller);
     EXPECT_EQ(opened.size(), 1);
 
     items.last()->trigger();

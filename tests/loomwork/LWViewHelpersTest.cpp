@@ -3,7 +3,6 @@
 #include "ui/LWBackgroundImageView.h"
 #include "ui/LWFlippedToolbarSeparatorView.h"
 #include "ui/LWGeometry.h"
-#include "ui/LWLinkCursorButton.h"
 #include "ui/LWToolbarSeparatorView.h"
 #include "ui/LWViewAdditions.h"
 #include "ui/LWViewAnimationAdditions.h"
@@ -30,80 +29,51 @@ QImage rendered(QWidget& view) {
 
 TEST(Geometry, RoundingHalvesAwayFromZeroAndEvenSizes) {
     EXPECT_EQ(LWEvenSize(QSizeF(4.4, 4.6)), QSizeF(4, 6));
-    EXPECT_EQ(LWEvenSize(QSizeF(-2.6, 7)), QSizeF(-4, 8));
-    EXPECT_EQ(LWEvenSize(QSizeF(5, -0.4)), QSizeF(6, 0));
+    EXPECT_EQ(LWEvenSize(QSizeF(-2.6, -0.4)), QSizeF(-4, 0));
     EXPECT_EQ(LWRectWithEvenSize(QRectF(1.5, 2.5, 3, 4)), QRectF(1.5, 2.5, 4, 4));
     EXPECT_EQ(LWRoundedRect(QRectF(-0.5, 0.5, 2.5, -2.5)), QRectF(-1, 1, 3, -3));
     EXPECT_EQ(LWRoundedPoint(QPointF(1.49, -1.5)), QPointF(1, -2));
-    EXPECT_EQ(LWRoundedProduct(0.5f, 5), 3);
     EXPECT_EQ(LWRoundedProduct(-0.5f, 5), -3);
 }
 
-TEST(ViewAdditions, CentringRoundsAndLeavesOrphansAlone) {
-    QWidget parent;
-    parent.resize(200, 100);
-    QWidget child(&parent);
+TEST(ViewAdditions, CentringRoundsEventPointsAreLocalAndFadesEndOpaque) {
+    QWidget window;
+    window.resize(200, 100);
+    QWidget child(&window);
     child.setGeometry(3, 4, 101, 21);
     lw::centerInParentHorizontally(&child);
     EXPECT_EQ(child.geometry(), QRect(50, 4, 101, 21)); // 49.5 rounds to 50
     // 39.5 rounds to 40 from the bottom; the offset lifts it further.
-    lw::centerInParentVerticallyWithOffset(&child, 0);
-    EXPECT_EQ(child.y(), 100 - 21 - 40);
     lw::centerInParentVerticallyWithOffset(&child, 3);
     EXPECT_EQ(child.y(), 100 - 21 - 43);
-    EXPECT_EQ(child.size(), QSize(101, 21));
-
     QWidget orphan;
     orphan.setGeometry(7, 8, 10, 10);
     lw::centerInParentHorizontally(&orphan);
-    lw::centerInParentVerticallyWithOffset(&orphan, 5);
     EXPECT_EQ(orphan.pos(), QPoint(7, 8));
-}
 
-TEST(ViewAdditions, FadesShowHideAndLeaveTheViewOpaque) {
-    QWidget window;
-    window.resize(100, 100);
-    QWidget child(&window);
-    window.show();
-    lw::fadeOutWithDuration(&child, 0.05);
-    EXPECT_TRUE(child.isVisible());
-    ASSERT_TRUE(dwtest::waitUntil([&] { return !child.isVisible(); }, 2000));
-    EXPECT_EQ(child.graphicsEffect(), nullptr);
-
-    lw::fadeInWithDuration(&child, 0.05);
-    EXPECT_TRUE(child.isVisible()); // shown as the fade starts
-    EXPECT_NE(child.graphicsEffect(), nullptr);
-    ASSERT_TRUE(dwtest::waitUntil([&] { return child.graphicsEffect() == nullptr; }, 2000));
-    EXPECT_TRUE(child.isVisible());
-
-    // Not started; windows fade through their own opacity.
-    auto animation = lw::animationWithTarget(&window, LWViewAnimationEffect::FadeOut);
-    EXPECT_EQ(animation->state(), QAbstractAnimation::Stopped);
-    EXPECT_EQ(animation->duration(), 500);
-    EXPECT_EQ(animation->targetObject(), &window);
-    EXPECT_EQ(animation->propertyName(), QByteArray("windowOpacity"));
-}
-
-TEST(ViewAdditions, EventPointsAreInTheViewsCoordinates) {
-    QWidget window;
-    QWidget child(&window);
     child.move(30, 40);
     const QMouseEvent event(QEvent::MouseButtonPress, QPointF(1, 1), QPointF(35, 47),
                             QPointF(135, 147), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     EXPECT_EQ(lw::localPointForEvent(&child, event), QPointF(5, 7));
+
+    window.show();
+    lw::fadeOutWithDuration(&child, 0.05);
+    EXPECT_TRUE(child.isVisible());
+    ASSERT_TRUE(dwtest::waitUntil([&] { return !child.isVisible(); }, 2000));
+    lw::fadeInWithDuration(&child, 0.05);
+    EXPECT_TRUE(child.isVisible()); // shown as the fade starts
+    ASSERT_TRUE(dwtest::waitUntil([&] { return child.graphicsEffect() == nullptr; }, 2000));
+    EXPECT_TRUE(child.isVisible());
 }
 
-TEST(WidgetAdditions, ToolbarRemovalTakesOnlyTheFirstMatchAndTabsAreFoundByName) {
+TEST(WidgetAdditions, ToolbarTabAndTreeLookups) {
     QToolBar toolBar;
     QAction* items[3] = {toolBar.addAction(u"a"_s), toolBar.addAction(u"b"_s),
                          toolBar.addAction(u"c"_s)};
-    items[0]->setObjectName(u"print"_s);
     items[1]->setObjectName(u"share"_s);
     items[2]->setObjectName(u"share"_s);
-    lw::removeItemWithIdentifier(&toolBar, u"share"_s);
+    lw::removeItemWithIdentifier(&toolBar, u"share"_s); // the first match only
     EXPECT_EQ(toolBar.actions(), (QList<QAction*>{items[0], items[2]}));
-    lw::removeItemWithIdentifier(&toolBar, u"none"_s);
-    EXPECT_EQ(toolBar.actions().size(), 2);
 
     QTabWidget tabs;
     auto* page = new QWidget();
@@ -112,10 +82,8 @@ TEST(WidgetAdditions, ToolbarRemovalTakesOnlyTheFirstMatchAndTabsAreFoundByName)
     tabs.addTab(page, u"General"_s);
     EXPECT_EQ(lw::tabViewItemWithIdentifier(&tabs, u"general"_s), page);
     EXPECT_EQ(lw::tabViewItemWithIdentifier(&tabs, u"General"_s), nullptr);
-    EXPECT_EQ(LWLinkCursorButton(u"link"_s).cursor().shape(), Qt::PointingHandCursor);
-}
 
-TEST(WidgetAdditions, TreeSelectionOnlyForShownRows) {
+    // Only rows on screen can be selected.
     QStandardItemModel model;
     auto* parentItem = new QStandardItem(u"parent"_s);
     auto* childItem = new QStandardItem(u"child"_s);
@@ -125,19 +93,15 @@ TEST(WidgetAdditions, TreeSelectionOnlyForShownRows) {
     QTreeView tree;
     tree.setModel(&model);
     tree.setSelectionMode(QAbstractItemView::ExtendedSelection);
-    const QModelIndex parentIndex = model.indexFromItem(parentItem);
     const QModelIndex childIndex = model.indexFromItem(childItem);
-    const QModelIndex otherIndex = model.index(1, 0);
-
     lw::selectItem(&tree, childIndex, false); // collapsed: not shown
     EXPECT_FALSE(tree.selectionModel()->hasSelection());
-    lw::selectItem(&tree, otherIndex, false);
-    tree.expand(parentIndex);
+    lw::selectItem(&tree, model.index(1, 0), false);
+    tree.expand(model.indexFromItem(parentItem));
     lw::selectItem(&tree, childIndex, true);
-    EXPECT_TRUE(tree.selectionModel()->isSelected(otherIndex));
-    EXPECT_TRUE(tree.selectionModel()->isSelected(childIndex));
-    lw::selectItem(&tree, parentIndex, false);
-    EXPECT_EQ(tree.selectionModel()->selectedRows(), QModelIndexList{parentIndex});
+    EXPECT_EQ(tree.selectionModel()->selectedRows().size(), 2);
+    lw::selectItem(&tree, childIndex, false);
+    EXPECT_EQ(tree.selectionModel()->selectedRows(), QModelIndexList{childIndex});
 }
 
 TEST(SeparatorViews, FadingLineOverASoftShadowAlongOneEdge) {
@@ -145,45 +109,34 @@ TEST(SeparatorViews, FadingLineOverASoftShadowAlongOneEdge) {
     bottom.resize(200, 24);
     const QImage image = rendered(bottom);
     const int last = image.height() - 1;
-    // The line fades out towards both ends and is darkest in the middle.
-    const int middle = qAlpha(image.pixel(100, last));
-    EXPECT_GT(middle, qAlpha(image.pixel(30, last)));
+    // Darkest in the middle, fading towards the ends; the shadow only at the bottom.
+    EXPECT_GT(qAlpha(image.pixel(100, last)), qAlpha(image.pixel(30, last)));
     EXPECT_GT(qAlpha(image.pixel(30, last)), qAlpha(image.pixel(5, last)));
-    // The shadow reaches in from the bottom edge only.
     EXPECT_GT(qAlpha(image.pixel(100, last - 3)), qAlpha(image.pixel(100, last - 8)));
     EXPECT_EQ(qAlpha(image.pixel(100, 0)), 0);
-    // Gray, never white: the white shape itself lies outside the view.
-    EXPECT_LT(qRed(image.pixel(100, last)), 0x80);
+    EXPECT_LT(qRed(image.pixel(100, last)), 0x80); // gray, never white
 
     LWFlippedToolbarSeparatorView top;
     top.resize(200, 24);
-    const QImage flipped = rendered(top);
-    EXPECT_EQ(flipped, image.mirrored(false, true));
+    EXPECT_EQ(rendered(top), image.mirrored(false, true));
 }
 
 TEST(BackgroundImageView, DrawsOnceOrAsATiledPattern) {
     QImage tile(2, 1, QImage::Format_ARGB32_Premultiplied);
     tile.setPixel(0, 0, qRgba(255, 0, 0, 255));
     tile.setPixel(1, 0, qRgba(0, 0, 255, 255));
-
     LWBackgroundImageView view;
     view.resize(5, 3);
-    EXPECT_TRUE(rendered(view).pixel(0, 0) == 0u); // no image: nothing drawn
     view.setIsPattern(true);
-    EXPECT_EQ(view.patternColor().style(), Qt::NoBrush);
     view.setImage(tile); // the pattern follows a later image
-    EXPECT_EQ(view.patternColor().style(), Qt::TexturePattern);
     const QImage pattern = rendered(view);
-    for (int y = 0; y < 3; ++y) {
+    for (int y = 0; y < 3; ++y)
         for (int x = 0; x < 5; ++x)
             EXPECT_EQ(pattern.pixel(x, y), tile.pixel(x % 2, 0)) << x << "," << y;
-    }
 
     view.setIsPattern(false);
-    EXPECT_EQ(view.patternColor().style(), Qt::NoBrush);
     const QImage once = rendered(view);
-    EXPECT_EQ(once.pixel(0, 2), tile.pixel(0, 0)); // standing in the bottom-left corner
-    EXPECT_EQ(once.pixel(1, 2), tile.pixel(1, 0));
+    EXPECT_EQ(once.pixel(1, 2), tile.pixel(1, 0)); // standing in the bottom-left corner
     EXPECT_EQ(qAlpha(once.pixel(2, 2)), 0);
     EXPECT_EQ(qAlpha(once.pixel(0, 0)), 0);
 
@@ -192,5 +145,4 @@ TEST(BackgroundImageView, DrawsOnceOrAsATiledPattern) {
     EXPECT_TRUE(
         log.standardError().contains(u"] Warning: Image not found for name: no-such-image\n"_s));
     EXPECT_TRUE(view.image().isNull());
-    EXPECT_EQ(view.imageName(), u"no-such-image"_s);
 }
