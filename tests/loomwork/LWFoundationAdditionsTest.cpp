@@ -8,9 +8,11 @@
 #include "foundation/LWStringAdditions.h"
 #include "foundation/LWURLAdditions.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QStandardPaths>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -22,18 +24,30 @@ namespace {
 QString u(const char16_t* text) {
     return QStringView(text).toString();
 }
+
+// What a Python program prints as JSON for the JSON it reads: the independent
+// reference for the checks below. Nothing (and the test skips) without python3.
+std::optional<QJsonDocument> python(const QString& program, const QByteArray& input = {}) {
+    const QString python3 = QStandardPaths::findExecutable(u"python3"_s);
+    if (python3.isEmpty())
+        return std::nullopt;
+    QProcess process;
+    process.start(python3, {u"-c"_s, program});
+    process.write(input);
+    process.closeWriteChannel();
+    EXPECT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    return QJsonDocument::fromJson(process.readAllStandardOutput());
+}
 } // namespace
 
 // Each row against the HTML 4.01 list as Python ships it, plus "&apos;".
 TEST(HTMLEntityTable, HoldsTheHTML401EntitiesAndApos) {
-    const QString python3 = QStandardPaths::findExecutable(u"python3"_s);
-    if (python3.isEmpty())
+    const auto reference = python(
+        u"import json,sys,html.entities\njson.dump(html.entities.name2codepoint,sys.stdout)"_s);
+    if (!reference)
         GTEST_SKIP() << "python3 is not installed (scripts/install-deps.sh installs it)";
-    QProcess process;
-    process.start(python3, {u"-c"_s, u"import json,sys,html.entities\n"
-                                     u"json.dump(html.entities.name2codepoint,sys.stdout)"_s});
-    ASSERT_TRUE(process.waitForFinished(60000));
-    QJsonObject expected = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+    QJsonObject expected = reference->object();
     ASSERT_EQ(expected.size(), 252);
     expected.insert(u"apos"_s, 39);
     ASSERT_EQ(lw::htmlEntityTable.size(), 253u);
@@ -89,6 +103,49 @@ TEST(URLText, EncodingEscapesAllButUnreservedAsUTF8OrRefusesLoneSurrogates) {
               u"%00%C2%A0%C3%A9%F0%9F%98%80"_s);
     EXPECT_FALSE(lw::stringByEncodingAsUrlParameterValue(QString(QChar(0xD800))));
     EXPECT_FALSE(lw::stringByEncodingAsUrlParameterValue(u"a"_s + QChar(0xDC00)));
+}
+
+// Random text rich in reserved characters, controls and astral characters,
+// against Python's quote(s, safe='').
+TEST(URLText, EncodingAgreesWithAnIndependentEncoder) {
+    const QString reserved = u"/?#%+&=:;@$,!*'()[] \t\u00A0\u3000-._~"_s;
+    QRandomGenerator random(20240611);
+    const std::pair<char32_t, char32_t> ranges[] = {
+        {0x00, 0x20}, {0x20, 0x100}, {0x100, 0xD800}, {0xE000, 0x10000}, {0x10000, 0x110000}};
+    QJsonArray inputs;
+    for (int i = 0; i < 3000; ++i) {
+        QString text;
+        for (int k = random.bounded(0, 24); k > 0; --k) {
+            const int kind = random.bounded(6);
+            if (kind == 5) {
+                text += reserved.at(random.bounded(reserved.size()));
+            } else {
+                const char32_t c = random.bounded(ranges[kind].first, ranges[kind].second);
+                text += QString::fromUcs4(&c, 1);
+            }
+        }
+        inputs.append(text);
+    }
+    const auto reference = python(
+        u"import json,sys,urllib.parse\n"
+        u"json.dump([urllib.parse.quote(s,safe='',encoding='utf-8') for s in json.load(sys.stdin)],"
+        u"sys.stdout)"_s,
+        QJsonDocument(inputs).toJson(QJsonDocument::Compact));
+    if (!reference)
+        GTEST_SKIP() << "python3 is not installed (scripts/install-deps.sh installs it)";
+    const QJsonArray expected = reference->array();
+    ASSERT_EQ(expected.size(), inputs.size());
+    int differences = 0;
+    for (qsizetype i = 0; i < inputs.size() && differences < 10; ++i) {
+        const QString input = inputs[i].toString();
+        const std::optional<QString> encoded = lw::stringByEncodingAsUrlParameterValue(input);
+        if (encoded != expected[i].toString()) {
+            ++differences;
+            ADD_FAILURE() << "input " << input.toStdString() << " gave "
+                          << encoded.value_or(u"(nothing)"_s).toStdString() << ", Python gave "
+                          << expected[i].toString().toStdString();
+        }
+    }
 }
 
 TEST(URLText, QueryLookupMatchesWholeKeysAndKeepsEscapes) {
