@@ -56,6 +56,11 @@ class DWMainWindow;
 //
 // Everything runs on the main thread except updateBadge(), which runs on the
 // background worker.
+//
+// The definitions live in one file per concern, in the order of the sections
+// below: DotwiseAppDelegate.cpp (start-up, persistence, outlets), then
+// ...WatchList, ...Badges, ...StatusMenu, ...Window (window controls and the
+// table) and ...Examples.
 class DotwiseAppDelegate : public QObject {
     Q_OBJECT
 public:

@@ -1,0 +1,164 @@
+#include "controller/DWSerialQueue.h"
+#include "controller/DotwiseAppDelegate.h"
+#include "logging/LWLogger.h"
+#include "model/DWTaskList.h"
+#include "ui/LWWorkspace.h"
+#include "ui_DWMainWindow.h"
+#include "views/ABViewSelectingController.h"
+#include "views/DWBadgeImage.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableView>
+
+namespace {
+const QString noteWhenOn = QStringLiteral(
+    "Note: To add files, drag & drop them on the table above. Double-click to open a task list.");
+const QString noteWhenOff =
+    QStringLiteral("Note: Click the big ON/OFF switch to activate Dotwise.");
+// Least time between two refreshes while badge updates are still queued.
+constexpr qint64 refreshInterval = 200;
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Badge pipeline and ON/OFF
+
+void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
+    _isDotwiseEnabled = enabled;
+    _ui->taskListsTableView->setEnabled(enabled);
+    // A disabled label takes the disabled text colour of the current theme.
+    _ui->noteLabel->setEnabled(enabled);
+    _ui->topLabel->setEnabled(enabled);
+    if (QLabel* label = _abViewController->label())
+        label->setEnabled(enabled);
+    if (QAbstractButton* button = _abViewController->button())
+        button->setEnabled(enabled);
+    _ui->launchAtLoginNote->setHidden(enabled);
+    _updateStatusMenu();
+    if (enabled) {
+        _ui->hideOrQuitButton->setText(QStringLiteral("Hide"));
+        for (const TaskListPointer& taskList : std::as_const(_taskLists))
+            _allowBadge(taskList.get());
+        _updateAllDotwise();
+        _ui->noteLabel->setText(noteWhenOn);
+    } else {
+        _ui->hideOrQuitButton->setText(QStringLiteral("Quit"));
+        _ui->noteLabel->setText(noteWhenOff);
+        // From here on no update may leave a badge behind (see updateBadge).
+        _forbidAllBadges();
+        for (const TaskListPointer& taskList : std::as_const(_taskLists)) {
+            taskList->clearOpenTasks();
+            setIcon(LWIconImage(), taskList->path(), true);
+        }
+    }
+    reloadTable();
+}
+
+void DotwiseAppDelegate::_updateAllDotwise() {
+    for (const TaskListPointer& taskList : std::as_const(_taskLists))
+        updateBadgeAsync(taskList, true);
+}
+
+void DotwiseAppDelegate::updateBadgeAsync(TaskListPointer taskList, bool concealModification) {
+    if (!_isDotwiseEnabled)
+        return;
+    _backgroundQueue->addOperation([this, taskList = std::move(taskList), concealModification] {
+        updateBadge(taskList, concealModification);
+        _pendingFollowUps.fetch_add(1);
+        QMetaObject::invokeMethod(
+            this, [this, taskList] { _badgeUpdateDidFinish(taskList); }, Qt::QueuedConnection);
+    });
+}
+
+void DotwiseAppDelegate::updateBadge(const TaskListPointer& taskList, bool concealModification) {
+    if (!taskList) {
+        LW_LOG(1, "-[DotwiseAppDelegate updateBadge:concealModification:]",
+               QStringLiteral("Task list is nil! Won't update badge."));
+        return;
+    }
+    // Switched off or removed while this update waited: it has nothing to do.
+    if (!_mayBadge(taskList.get()))
+        return;
+    taskList->updateOpenTasks();
+    const QString path = taskList->path();
+    setIcon(LWIconImage(), path, true);
+    const LWIconImage icon = _workspace->iconForFile(path);
+    setIcon(DWBadgeImage::addBadgeTo(icon, taskList->openTasks()), path, concealModification);
+    // Switched off or removed while this update ran: the main thread took its
+    // badge off before this one was written, so take this one off too.
+    if (!_mayBadge(taskList.get())) {
+        setIcon(LWIconImage(), path, true);
+        taskList->clearOpenTasks();
+    }
+}
+
+void DotwiseAppDelegate::setIcon(const LWIconImage& icon, const QString& path,
+                                 bool concealModification) {
+    const std::optional<LWTimestamp> date = _workspace->contentModificationDate(path);
+    _workspace->setIcon(icon, path);
+    if (concealModification && date)
+        _workspace->setContentModificationDate(path, *date);
+}
+
+void DotwiseAppDelegate::_badgeUpdateDidFinish(const TaskListPointer& taskList) {
+    const bool lastOfBurst = _pendingFollowUps.fetch_sub(1) == 1;
+    // When the worker is ahead of the main thread, the follow-ups already
+    // queued behind this one will show a newer state: only the last one
+    // refreshes. While many updates are still queued (switching on, or a start
+    // with thousands of files), refreshes come at most every
+    // refreshInterval, so that rebuilding a long menu does not take the main
+    // thread from the user (the pause grows with the cost of a refresh, so
+    // refreshing takes at most a fifth of the main thread); the update that
+    // empties the queue always refreshes at once.
+    if (lastOfBurst) {
+        const qint64 interval = qMax(refreshInterval, 4 * _refreshCost);
+        if (_backgroundQueue->operationCount() == 0 || !_lastRefresh.isValid() ||
+            _lastRefresh.hasExpired(interval)) {
+            _refreshAfterBadgeUpdates();
+        } else if (!_refreshTimer.isActive()) {
+            _refreshTimer.start(int(interval - _lastRefresh.elapsed()));
+        }
+    }
+    emit badgeUpdateFinished(taskList ? taskList->path() : QString());
+}
+
+void DotwiseAppDelegate::_refreshAfterBadgeUpdates() {
+    _refreshTimer.stop();
+    _statusMenuAwaitsPaint = false;
+    _lastRefresh.start();
+    reloadTable();
+    _updateStatusMenu();
+    _refreshCost = _lastRefresh.elapsed();
+}
+
+void DotwiseAppDelegate::waitUntilBadgeUpdatesFinish() {
+    _backgroundQueue->waitUntilAllOperationsAreFinished();
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    if (_refreshTimer.isActive())
+        _refreshAfterBadgeUpdates();
+}
+
+qsizetype DotwiseAppDelegate::queuedBadgeUpdates() const {
+    return _backgroundQueue->operationCount();
+}
+
+void DotwiseAppDelegate::_allowBadge(const DWTaskList* taskList) {
+    QMutexLocker locker(&_badgeableLock);
+    _badgeable.insert(taskList);
+}
+
+void DotwiseAppDelegate::_forbidBadge(const DWTaskList* taskList) {
+    QMutexLocker locker(&_badgeableLock);
+    _badgeable.remove(taskList);
+}
+
+void DotwiseAppDelegate::_forbidAllBadges() {
+    QMutexLocker locker(&_badgeableLock);
+    _badgeable.clear();
+}
+
+bool DotwiseAppDelegate::_mayBadge(const DWTaskList* taskList) const {
+    QMutexLocker locker(&_badgeableLock);
+    return _badgeable.contains(taskList);
+}
