@@ -131,4 +131,14 @@ for file in "$work" "$home"; do
 done
 
 for file in "$work" "$home"; do check_untouched "$file" "${left[$file]}"; done
+
+# Uninstalling: with the app gone, clear-badges takes every badge off.
+e2e_stop_app
+"$E2E_CLI" clear-badges >"$E2E_ROOT/clear-badges.out" 2>&1 ||
+  e2e_fail "dotwise clear-badges failed: $(cat "$E2E_ROOT/clear-badges.out")"
+for file in "$work" "$home"; do
+  no_custom_icon "$file" || e2e_fail "expected no badge on $file after clear-badges; saw: $E2E_SEEN"
+  check_untouched "$file" "${left[$file]}"
+done
+no_pictures_left || e2e_fail "expected no badge pictures after clear-badges; saw: $E2E_SEEN"
 e2e_log "passed"
