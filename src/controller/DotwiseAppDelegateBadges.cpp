@@ -45,11 +45,12 @@ void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
     } else {
         _ui->hideOrQuitButton->setText(QStringLiteral("Quit"));
         _ui->noteLabel->setText(noteWhenOff);
-        // From here on no update may leave a badge behind (see updateBadge).
+        // Updates still queued now write nothing (see updateBadge); the one
+        // running may, and the removals queued behind it take its badge off.
         _forbidAllBadges();
         for (const TaskListPointer& taskList : std::as_const(_taskLists)) {
             taskList->clearOpenTasks();
-            setIcon(LWIconImage(), taskList->path(), true);
+            _removeBadgeAsync(taskList->path());
         }
     }
     reloadTable();
@@ -64,10 +65,13 @@ void DotwiseAppDelegate::updateBadgeAsync(TaskListPointer taskList, bool conceal
     if (!_isDotwiseEnabled)
         return;
     _backgroundQueue->addOperation([this, taskList = std::move(taskList), concealModification] {
-        updateBadge(taskList, concealModification);
-        _pendingFollowUps.fetch_add(1);
-        QMetaObject::invokeMethod(
-            this, [this, taskList] { _badgeUpdateDidFinish(taskList); }, Qt::QueuedConnection);
+        if (!_quitting) {
+            updateBadge(taskList, concealModification);
+            _pendingFollowUps.fetch_add(1);
+            QMetaObject::invokeMethod(
+                this, [this, taskList] { _badgeUpdateDidFinish(taskList); }, Qt::QueuedConnection);
+        }
+        ++_finishedBadgeJobs;
     });
 }
 
@@ -81,24 +85,33 @@ void DotwiseAppDelegate::updateBadge(const TaskListPointer& taskList, bool conce
     if (!_mayBadge(taskList.get()))
         return;
     taskList->updateOpenTasks();
-    const QString path = taskList->path();
-    setIcon(LWIconImage(), path, true);
-    const LWIconImage icon = _workspace->iconForFile(path);
-    setIcon(DWBadgeImage::addBadgeTo(icon, taskList->openTasks()), path, concealModification);
-    // Switched off or removed while this update ran: the main thread took its
-    // badge off before this one was written, so take this one off too.
-    if (!_mayBadge(taskList.get())) {
-        setIcon(LWIconImage(), path, true);
+    _writeBadge(taskList->path(), taskList->openTasks(), concealModification);
+    // Switched off or removed while this update ran: the removal queued behind
+    // it takes the badge off; the count goes now.
+    if (!_mayBadge(taskList.get()))
         taskList->clearOpenTasks();
-    }
 }
 
-void DotwiseAppDelegate::setIcon(const LWIconImage& icon, const QString& path,
-                                 bool concealModification) {
-    const std::optional<LWTimestamp> date = _workspace->contentModificationDate(path);
+void DotwiseAppDelegate::_writeBadge(const QString& path, int openTasks, bool concealModification) {
+    // The plain icon never includes the custom one, so the old badge needs no
+    // removal first: one write replaces it.
+    const LWIconImage icon = _workspace->iconForFile(path);
+    setIcon(DWBadgeImage::addBadgeTo(icon, openTasks), path, concealModification);
+}
+
+void DotwiseAppDelegate::_removeBadge(const QString& path) {
+    setIcon(LWIconImage(), path, false);
+}
+
+void DotwiseAppDelegate::_removeBadgeAsync(const QString& path) {
+    _backgroundQueue->addOperation([this, path] {
+        _removeBadge(path);
+        ++_finishedBadgeJobs;
+    });
+}
+
+void DotwiseAppDelegate::setIcon(const LWIconImage& icon, const QString& path, bool) {
     _workspace->setIcon(icon, path);
-    if (concealModification && date)
-        _workspace->setContentModificationDate(path, *date);
 }
 
 void DotwiseAppDelegate::_badgeUpdateDidFinish(const TaskListPointer& taskList) {

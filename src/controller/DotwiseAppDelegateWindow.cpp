@@ -61,15 +61,18 @@ bool DotwiseAppDelegate::acceptDrop(const QMimeData* data, Qt::DropActions sourc
     if (!(sourceOperations & Qt::CopyAction))
         return false;
     bool accepted = false;
-    for (const QString& path : DWTableDropTarget::filePaths(data)) {
-        // A folder is never a task list, whatever its name says.
-        if (QFileInfo(path).isDir() || !_workspace->isTextFile(path))
-            continue;
-        LW_LOG(3, "-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]",
-               QStringLiteral("Dropped plain text file: %1").arg(path));
-        addFileToWatchList(path);
-        accepted = true;
-    }
+    // One save, one table reload and one menu rebuild for the whole drop.
+    _batchWatchListChanges([&] {
+        for (const QString& path : DWTableDropTarget::filePaths(data)) {
+            // A folder is never a task list, whatever its name says.
+            if (QFileInfo(path).isDir() || !_workspace->isTextFile(path))
+                continue;
+            LW_LOG(3, "-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]",
+                   QStringLiteral("Dropped plain text file: %1").arg(path));
+            addFileToWatchList(path);
+            accepted = true;
+        }
+    });
     return accepted;
 }
 

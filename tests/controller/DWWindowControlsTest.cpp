@@ -71,9 +71,14 @@ TEST_F(WindowControlsTest, DropsAddTheTextFilesInOrderWhenCopyingWhileOn) {
     EXPECT_FALSE(dragAndDrop(data.get(), Qt::MoveAction | Qt::LinkAction, &offered));
     EXPECT_FALSE(offered);
     EXPECT_TRUE(app.taskLists().isEmpty());
+    dwtest::processEventsFor(300); // the first full menu, built once the window painted
+    int menuRebuilds = 0;
+    QObject::connect(&app, &DotwiseAppDelegate::statusMenuRebuilt, [&] { ++menuRebuilds; });
     EXPECT_TRUE(dragAndDrop(data.get(), Qt::CopyAction | Qt::MoveAction, &offered));
     EXPECT_TRUE(offered);
     EXPECT_EQ(listedPaths(), (QStringList{notes, work}));
+    EXPECT_EQ(savedPaths(), (QStringList{notes, work}));
+    EXPECT_EQ(menuRebuilds, 1); // once for the whole drop
     EXPECT_EQ(logged(u"Dropped plain text file: %1"_s.arg(notes),
                      u"-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]"_s),
               1);
