@@ -38,7 +38,8 @@ constexpr int firstMenuDelay = 250;
 
 DotwiseAppDelegate::DotwiseAppDelegate(Services services, QObject* parent)
     : QObject(parent), _workspace(services.workspace),
-      _terminateHandler(std::move(services.terminate)) {
+      _terminateHandler(std::move(services.terminate)),
+      _systemTrayAvailable(std::move(services.isSystemTrayAvailable)) {
     Q_ASSERT(_workspace);
     Q_ASSERT(services.fileWatcher);
     Q_ASSERT(services.launchAtLoginController);
@@ -231,9 +232,7 @@ void DotwiseAppDelegate::_restoreTaskLists() {
 }
 
 bool DotwiseAppDelegate::applicationShouldHandleReopen() {
-    _mainWindow->show();
-    _mainWindow->raise();
-    _mainWindow->activateWindow();
+    _bringWindowForward();
     return false;
 }
 
@@ -282,6 +281,13 @@ bool DotwiseAppDelegate::eventFilter(QObject* watched, QEvent* event) {
         // Right after this paint has reached the screen.
         _statusMenuAwaitsPaint = false;
         _refreshTimer.start(0);
+    }
+    if (watched == _mainWindow.get() && event->type() == QEvent::Close && _isDotwiseEnabled &&
+        !_isSystemTrayAvailable()) {
+        // Nothing would bring a hidden window back: it stays, minimised.
+        event->ignore();
+        _putWindowAway();
+        return true;
     }
     if (watched == _mainWindow.get() && event->type() == QEvent::Close) {
         // Decided after the close went through, as the platform asks once the

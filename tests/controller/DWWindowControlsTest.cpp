@@ -9,6 +9,7 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QStandardPaths>
+#include <QSystemTrayIcon>
 #include <QTableView>
 #include <QTest>
 
@@ -179,6 +180,50 @@ TEST_F(WindowControlsTest, ReturnOrClosingHidesWhileOnAndQuitsWhileOff) {
     EXPECT_EQ(terminations, 2);
     app.mainWindow()->close();
     EXPECT_TRUE(dwtest::waitUntil([&] { return terminations == 3; }, 1000));
+}
+
+TEST_F(WindowControlsTest, WithoutATrayHideAndClosingMinimiseUntilATrayAppears) {
+    trayAvailable = false;
+    DotwiseAppDelegate& app = start(true);
+    QMainWindow* window = app.mainWindow();
+    const auto putAway = [&](const std::function<void()>& action) {
+        action();
+        dwtest::processEventsFor(20);
+        const bool minimised = window->isVisible() && window->isMinimized();
+        app.applicationShouldHandleReopen(); // a second start brings it back
+        EXPECT_TRUE(window->isVisible() && !window->isMinimized());
+        return minimised;
+    };
+    EXPECT_TRUE(putAway([&] { app.hideOrQuitButton()->click(); }));
+    EXPECT_TRUE(putAway([&] { window->close(); }));
+    EXPECT_EQ(terminations, 0);
+
+    // A panel came up later: hidden again, and the tray item brings it back.
+    trayAvailable = true;
+    EXPECT_FALSE(putAway([&] { window->close(); }));
+    app.hideOrQuitButton()->click();
+    EXPECT_FALSE(window->isVisible());
+    app.showDotwiseWindowAction(nullptr);
+    EXPECT_TRUE(window->isVisible() && !window->isMinimized());
+    EXPECT_EQ(terminations, 0);
+}
+
+TEST_F(WindowControlsTest, TrayMenuShowsAmpersandsAndSharpBadgesAndClicksNeverStray) {
+    DotwiseAppDelegate& app = start(true);
+    app.addFileToWatchList(makeFile(u"Home & Garden.md"_s, "- [ ] a\n- [ ] b\n"));
+    app.waitUntilBadgeUpdatesFinish();
+    QAction* item = app.statusMenu()->actions().at(0);
+    EXPECT_EQ(item->iconText(), u"Home & Garden.md"_s); // the text as shown, no mnemonic
+    for (const qreal ratio : {1.0, 2.0}) {
+        const QPixmap badge = item->icon().pixmap(QSize(15, 15), ratio);
+        EXPECT_EQ(badge.size(), QSize(15, 15) * ratio);
+    }
+    // The tray tells no position here (as over StatusNotifierItem): a left
+    // click brings the window forward and opens no menu somewhere else.
+    app.mainWindow()->hide();
+    emit app.statusMenuItem()->activated(QSystemTrayIcon::Trigger);
+    EXPECT_TRUE(app.mainWindow()->isVisible());
+    EXPECT_FALSE(app.statusMenu()->isVisible());
 }
 
 class FirstRunTest : public WindowControlsTest {
