@@ -13,6 +13,7 @@
 #include "ui/LWAlert.h"
 #include "ui_DWMainWindow.h"
 #include "views/ABViewSelectingController.h"
+#include "views/DWTextContrast.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -93,6 +94,10 @@ void DotwiseAppDelegate::_loadInterface() {
     _ui = std::make_unique<Ui::DWMainWindow>();
     _ui->setupUi(_mainWindow.get());
     _mainWindow->installEventFilter(this);
+    // Switched-off texts stay readable, over the header's speckle too: its
+    // darkest specks take about a fifth off the contrast, hence the room.
+    _mainWindow->setPalette(DWTextContrast::withReadableDisabledText(
+        _mainWindow->palette(), DWTextContrast::kMinimumRatio + 1.5));
 
     // The note comes and goes with the switch; the header keeps its height.
     QSizePolicy notePolicy = _ui->launchAtLoginNote->sizePolicy();

@@ -1,10 +1,13 @@
 #include "ControllerTestSupport.h"
 #include "controller/DWTaskListTableModel.h"
 #include "ui/LWAlert.h"
+#include "views/DWTextContrast.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QDropEvent>
 #include <QFileDialog>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMimeData>
 #include <QPushButton>
@@ -206,6 +209,51 @@ TEST_F(WindowControlsTest, WithoutATrayHideAndClosingMinimiseUntilATrayAppears) 
     app.showDotwiseWindowAction(nullptr);
     EXPECT_TRUE(window->isVisible() && !window->isMinimized());
     EXPECT_EQ(terminations, 0);
+}
+
+TEST_F(WindowControlsTest, TabReachesTheSwitchAndSpaceTogglesIt) {
+    DotwiseAppDelegate& app = start(true);
+    QMainWindow* window = app.mainWindow();
+    QApplication::setActiveWindow(window);
+    table()->setFocus();
+    // Tab leaves the table rather than moving between its cells, and comes
+    // round to the switch.
+    QList<QWidget*> visited;
+    for (int i = 0; i < 6 && QApplication::focusWidget() != app.onOffButton(); ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        visited.append(QApplication::focusWidget());
+    }
+    ASSERT_EQ(QApplication::focusWidget(), app.onOffButton());
+    EXPECT_TRUE(visited.contains(app.hideOrQuitButton()));
+    QTest::keyClick(app.onOffButton(), Qt::Key_Space);
+    EXPECT_FALSE(app.isDotwiseEnabled() || app.launchAtLoginController()->launchAtLogin());
+    // The focused knob looks it.
+    const QImage focused = app.onOffButton()->grab().toImage();
+    app.hideOrQuitButton()->setFocus();
+    EXPECT_NE(app.onOffButton()->grab().toImage(), focused);
+}
+
+TEST_F(WindowControlsTest, SwitchedOffTextsKeepAReadableContrast) {
+    DotwiseAppDelegate& app = start(false);
+    QMainWindow* window = app.mainWindow();
+    window->resize(560, 480);
+    for (QLabel* label : {app.topLabel(), app.noteLabel(), app.shortVersion()}) {
+        SCOPED_TRACE(label->objectName().toStdString());
+        ASSERT_FALSE(label->isEnabled());
+        const QColor text = label->palette().color(QPalette::Disabled, QPalette::WindowText);
+        // What lies behind the words: the window drawn without the label.
+        label->hide();
+        const QImage behind = window->grab(QRect(label->mapTo(window, QPoint()), label->size()))
+                                  .toImage()
+                                  .convertToFormat(QImage::Format_RGB32);
+        label->show();
+        double worst = 21;
+        for (int y = 0; y < behind.height(); ++y)
+            for (int x = 0; x < behind.width(); ++x)
+                worst =
+                    std::min(worst, DWTextContrast::contrastRatio(text, behind.pixelColor(x, y)));
+        EXPECT_GE(worst, DWTextContrast::kMinimumRatio);
+    }
 }
 
 TEST_F(WindowControlsTest, TrayMenuShowsAmpersandsAndSharpBadgesAndClicksNeverStray) {
