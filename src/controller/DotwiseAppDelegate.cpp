@@ -90,14 +90,17 @@ DotwiseAppDelegate::~DotwiseAppDelegate() {
 }
 
 void DotwiseAppDelegate::_loadInterface() {
+    // Switched-off texts stay readable wherever they stand: on the window,
+    // the header's speckle and the promotion's green panel, which take up
+    // to a third off the contrast against the window colour, hence the room.
+    // Application-wide, because widgets with a style sheet go back to the
+    // palette they started with when they are disabled.
+    QApplication::setPalette(
+        DWTextContrast::withReadableDisabledText(QApplication::palette(), 7.0));
     _mainWindow = std::make_unique<QMainWindow>();
     _ui = std::make_unique<Ui::DWMainWindow>();
     _ui->setupUi(_mainWindow.get());
     _mainWindow->installEventFilter(this);
-    // Switched-off texts stay readable, over the header's speckle too: its
-    // darkest specks take about a fifth off the contrast, hence the room.
-    _mainWindow->setPalette(DWTextContrast::withReadableDisabledText(
-        _mainWindow->palette(), DWTextContrast::kMinimumRatio + 1.5));
 
     // The note comes and goes with the switch; the header keeps its height.
     QSizePolicy notePolicy = _ui->launchAtLoginNote->sizePolicy();

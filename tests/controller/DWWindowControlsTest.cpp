@@ -1,6 +1,7 @@
 #include "ControllerTestSupport.h"
 #include "controller/DWTaskListTableModel.h"
 #include "ui/LWAlert.h"
+#include "views/ABViewSelectingController.h"
 #include "views/DWTextContrast.h"
 
 #include <QApplication>
@@ -237,7 +238,8 @@ TEST_F(WindowControlsTest, SwitchedOffTextsKeepAReadableContrast) {
     DotwiseAppDelegate& app = start(false);
     QMainWindow* window = app.mainWindow();
     window->resize(560, 480);
-    for (QLabel* label : {app.topLabel(), app.noteLabel(), app.shortVersion()}) {
+    for (QLabel* label :
+         {app.topLabel(), app.noteLabel(), app.shortVersion(), app.abViewController()->label()}) {
         SCOPED_TRACE(label->objectName().toStdString());
         ASSERT_FALSE(label->isEnabled());
         const QColor text = label->palette().color(QPalette::Disabled, QPalette::WindowText);
@@ -254,6 +256,12 @@ TEST_F(WindowControlsTest, SwitchedOffTextsKeepAReadableContrast) {
                     std::min(worst, DWTextContrast::contrastRatio(text, behind.pixelColor(x, y)));
         EXPECT_GE(worst, DWTextContrast::kMinimumRatio);
     }
+    // The empty table, and its header.
+    const QImage table = app.taskListsTableView()->viewport()->grab().toImage();
+    const QColor cellText =
+        app.taskListsTableView()->palette().color(QPalette::Disabled, QPalette::Text);
+    EXPECT_GE(DWTextContrast::contrastRatio(cellText, table.pixelColor(table.rect().center())),
+              DWTextContrast::kMinimumRatio);
 }
 
 TEST_F(WindowControlsTest, TrayMenuShowsAmpersandsAndSharpBadgesAndClicksNeverStray) {
