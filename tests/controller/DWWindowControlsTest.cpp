@@ -2,6 +2,7 @@
 #include "controller/DWTaskListTableModel.h"
 #include "ui/LWAlert.h"
 #include "views/ABViewSelectingController.h"
+#include "views/DWBadgeImage.h"
 #include "views/DWTextContrast.h"
 
 #include <QApplication>
@@ -256,7 +257,7 @@ TEST_F(WindowControlsTest, SwitchedOffTextsKeepAReadableContrast) {
                     std::min(worst, DWTextContrast::contrastRatio(text, behind.pixelColor(x, y)));
         EXPECT_GE(worst, DWTextContrast::kMinimumRatio);
     }
-    // The empty table, and its header.
+    // The empty table's cells.
     const QImage table = app.taskListsTableView()->viewport()->grab().toImage();
     const QColor cellText =
         app.taskListsTableView()->palette().color(QPalette::Disabled, QPalette::Text);
@@ -270,10 +271,14 @@ TEST_F(WindowControlsTest, TrayMenuShowsAmpersandsAndSharpBadgesAndClicksNeverSt
     app.waitUntilBadgeUpdatesFinish();
     QAction* item = app.statusMenu()->actions().at(0);
     EXPECT_EQ(item->iconText(), u"Home & Garden.md"_s); // the text as shown, no mnemonic
-    for (const qreal ratio : {1.0, 2.0}) {
-        const QPixmap badge = item->icon().pixmap(QSize(15, 15), ratio);
-        EXPECT_EQ(badge.size(), QSize(15, 15) * ratio);
-    }
+    // On a HiDPI menu: the badge drawn with twice the pixels, not scaled up.
+    const QImage shown = item->icon()
+                             .pixmap(QSize(15, 15), 2.0)
+                             .toImage()
+                             .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const QImage sharp = DWBadgeImage(QSizeF(15, 15), 2, false, 2.0).image();
+    ASSERT_EQ(shown.size(), sharp.size());
+    EXPECT_EQ(shown.copy(), sharp.copy()) << "scaled from 1x";
     // The tray tells no position here (as over StatusNotifierItem): a left
     // click brings the window forward and opens no menu somewhere else.
     app.mainWindow()->hide();
