@@ -14,6 +14,7 @@
 #include "ui/LWAlert.h"
 #include "ui_DWMainWindow.h"
 #include "views/ABViewSelectingController.h"
+#include "views/DWTextContrast.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -44,7 +45,8 @@ constexpr std::chrono::seconds quitWaitForWorker{5};
 
 DotwiseAppDelegate::DotwiseAppDelegate(Services services, QObject* parent)
     : QObject(parent), _workspace(services.workspace),
-      _terminateHandler(std::move(services.terminate)) {
+      _terminateHandler(std::move(services.terminate)),
+      _systemTrayAvailable(std::move(services.isSystemTrayAvailable)) {
     Q_ASSERT(_workspace);
     Q_ASSERT(services.fileWatcher);
     Q_ASSERT(services.launchAtLoginController);
@@ -94,6 +96,13 @@ DotwiseAppDelegate::~DotwiseAppDelegate() {
 }
 
 void DotwiseAppDelegate::_loadInterface() {
+    // Switched-off texts stay readable wherever they stand: on the window,
+    // the header's speckle and the promotion's green panel, which take up
+    // to a third off the contrast against the window colour, hence the room.
+    // Application-wide, because widgets with a style sheet go back to the
+    // palette they started with when they are disabled.
+    QApplication::setPalette(
+        DWTextContrast::withReadableDisabledText(QApplication::palette(), 7.0));
     _mainWindow = std::make_unique<QMainWindow>();
     _ui = std::make_unique<Ui::DWMainWindow>();
     _ui->setupUi(_mainWindow.get());
@@ -258,9 +267,7 @@ void DotwiseAppDelegate::_keepDamagedTaskLists(const QByteArray& archive) {
 }
 
 bool DotwiseAppDelegate::applicationShouldHandleReopen() {
-    _mainWindow->show();
-    _mainWindow->raise();
-    _mainWindow->activateWindow();
+    _bringWindowForward();
     return false;
 }
 
@@ -333,6 +340,13 @@ bool DotwiseAppDelegate::eventFilter(QObject* watched, QEvent* event) {
         // Right after this paint has reached the screen.
         _statusMenuAwaitsPaint = false;
         _refreshTimer.start(0);
+    }
+    if (watched == _mainWindow.get() && event->type() == QEvent::Close && _isDotwiseEnabled &&
+        !_isSystemTrayAvailable()) {
+        // Nothing would bring a hidden window back: it stays, minimised.
+        event->ignore();
+        _putWindowAway();
+        return true;
     }
     if (watched == _mainWindow.get() && event->type() == QEvent::Close) {
         // Decided after the close went through, as the platform asks once the

@@ -10,6 +10,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QSet>
+#include <QSystemTrayIcon>
 #include <QTimer>
 #include <QUrl>
 #include <QWidget>
@@ -37,7 +38,6 @@ class QLabel;
 class QMainWindow;
 class QMenu;
 class QPushButton;
-class QSystemTrayIcon;
 class QTableView;
 
 namespace Ui {
@@ -78,6 +78,10 @@ public:
         std::unique_ptr<DWFileWatcher> fileWatcher;
         // Ends the application. Default: QCoreApplication::quit().
         std::function<void()> terminate;
+        // Whether a tray shows the status item now; asked each time it
+        // matters, as panels come and go. Default:
+        // QSystemTrayIcon::isSystemTrayAvailable().
+        std::function<bool()> isSystemTrayAvailable;
     };
 
     using TaskListPointer = std::shared_ptr<DWTaskList>;
@@ -196,7 +200,8 @@ public:
     // set) also moves the knob with animation and sets launch at login; the
     // start-up call (no sender) places the knob at once.
     void onOffButtonAction(QObject* sender);
-    // Hides the window while badging is on, quits while it is off.
+    // Hides the window while badging is on (minimises it while no tray shows
+    // the status item, the only other way back), quits while it is off.
     void hideOrQuitButtonAction(QObject* sender);
     void reloadTable();
 
@@ -261,6 +266,11 @@ private:
     QWidget* _makeStyleExamplesView();
     void _placeOnOffKnob(bool animated);
     void _terminate();
+    bool _isSystemTrayAvailable() const;
+    // Hidden, or minimised while no tray would bring it back.
+    void _putWindowAway();
+    void _bringWindowForward();
+    void _statusItemActivated(QSystemTrayIcon::ActivationReason reason);
     void _removeSelectedTaskList();
     bool _handleKeyPress(QKeyEvent* event);
     void _welcomeAlertDidEnd(LWAlert& alert, int returnCode);
@@ -276,6 +286,7 @@ private:
 
     LWWorkspace* _workspace = nullptr;
     std::function<void()> _terminateHandler;
+    std::function<bool()> _systemTrayAvailable;
 
     std::unique_ptr<QMainWindow> _mainWindow;
     std::unique_ptr<Ui::DWMainWindow> _ui;

@@ -12,6 +12,7 @@
 #include <QMainWindow>
 #include <QPropertyAnimation>
 #include <QPushButton>
+#include <QSystemTrayIcon>
 #include <QTableView>
 
 // ---------------------------------------------------------------------------
@@ -41,9 +42,28 @@ void DotwiseAppDelegate::_placeOnOffKnob(bool animated) {
 
 void DotwiseAppDelegate::hideOrQuitButtonAction(QObject*) {
     if (_isDotwiseEnabled)
-        _mainWindow->hide();
+        _putWindowAway();
     else
         _terminate();
+}
+
+bool DotwiseAppDelegate::_isSystemTrayAvailable() const {
+    return _systemTrayAvailable ? _systemTrayAvailable() : QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+void DotwiseAppDelegate::_putWindowAway() {
+    // Asked now, not at start: a panel may have come or gone since.
+    if (_isSystemTrayAvailable())
+        _mainWindow->hide();
+    else
+        _mainWindow->showMinimized();
+}
+
+void DotwiseAppDelegate::_bringWindowForward() {
+    _mainWindow->setWindowState(_mainWindow->windowState() & ~Qt::WindowMinimized);
+    _mainWindow->show();
+    _mainWindow->raise();
+    _mainWindow->activateWindow();
 }
 
 void DotwiseAppDelegate::reloadTable() {

@@ -123,6 +123,7 @@ protected:
         services.launchAtLoginController = std::move(loginItemController);
         services.fileWatcher = std::make_unique<DWFileWatcher>(factory ? factory : streams);
         services.terminate = [this] { ++terminations; };
+        services.isSystemTrayAvailable = [this] { return trayAvailable; };
         delegate = std::make_unique<DotwiseAppDelegate>(std::move(services));
         delegate->applicationDidFinishLaunching();
         return *delegate;
@@ -182,4 +183,5 @@ protected:
     std::unique_ptr<DotwiseAppDelegate> delegate;
     QString folder;
     int terminations = 0;
+    bool trayAvailable = true; // a panel shows the status item
 };
