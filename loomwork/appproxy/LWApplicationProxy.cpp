@@ -255,15 +255,17 @@ void LWApplicationProxy::remoteInvokeSelector(const QString& selector, const QSt
         }
     }
 
+    // QUrl only checks the text: it would lower-case the scheme and the
+    // handler name, and a receiver compares both exactly.
     const QUrl url(command, QUrl::StrictMode);
     if (!url.isValid() || url.scheme().isEmpty()) {
         warn(QStringLiteral("WARNING: Invalid command string: %1").arg(command));
         return;
     }
     LW_LOG(3, "-[LWApplicationProxy remoteInvokeSelector:handler:arguments:]",
-           QStringLiteral("App proxy: opening URL: %1").arg(url.toString(QUrl::FullyEncoded)));
+           QStringLiteral("App proxy: opening URL: %1").arg(command));
     if (_workspace)
-        _workspace->openUrl(url);
+        _workspace->openUrlText(command);
     if (_activateApplication)
         _activateApplication();
 }
