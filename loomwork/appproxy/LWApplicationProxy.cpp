@@ -14,7 +14,7 @@
 
 namespace {
 // Blanks are spaces, tabs and the other Unicode space separators; line breaks
-// are not blanks.
+// are not blanks, so QString::trimmed does not fit.
 bool isBlank(QChar c) {
     return c == u'\t' || c.category() == QChar::Separator_Space;
 }

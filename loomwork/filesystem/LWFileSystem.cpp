@@ -41,6 +41,7 @@ QUrl LWFileSystem::desktopURL() {
 QString LWFileSystem::localizedNameForItemAtPath(const QString& path) {
     if (path.isNull())
         return QString();
+    // QFileInfo::fileName gives nothing after a trailing slash.
     QString trimmed = path;
     while (trimmed.size() > 1 && trimmed.endsWith(QLatin1Char('/')))
         trimmed.chop(1);
