@@ -33,9 +33,9 @@ public:
 
 // The text of each system-log line written while `work` ran.
 template <typename Work> QStringList warningsDuring(Work work) {
-    ::testing::internal::CaptureStderr();
+    dwtest::LogCapture log;
     work();
-    const QString output = QString::fromStdString(::testing::internal::GetCapturedStderr());
+    const QString output = log.standardError();
     QStringList lines;
     static const QRegularExpression prefix(u"^\\S+ \\S+ \\S+\\[\\d+:\\d+\\] "_s);
     for (QString line : output.split(u'\n', Qt::SkipEmptyParts))
