@@ -402,6 +402,23 @@ bool DWLinuxWorkspace::openUrl(const QUrl& url) {
     return QDesktopServices::openUrl(url);
 }
 
+bool DWLinuxWorkspace::openUrlText(const QString& url) {
+    const QUrl checked(url);
+    if (!checked.isValid() || checked.isRelative() || !canUseDesktopServices())
+        return false;
+    // GIO hands the receiver the text as it is; QDesktopServices would pass a
+    // QUrl's lower-cased scheme and host.
+    GError* error = nullptr;
+    const bool opened =
+        g_app_info_launch_default_for_uri(url.toUtf8().constData(), nullptr, &error);
+    if (error) {
+        LW_LOG(1, "-[DWLinuxWorkspace openURL:]",
+               QStringLiteral("Cannot open %1: %2").arg(url, QString::fromUtf8(error->message)));
+        g_error_free(error);
+    }
+    return opened;
+}
+
 bool DWLinuxWorkspace::selectFile(const QString& path, const QString& rootPath) {
     if (path.isEmpty())
         return !rootPath.isEmpty() && QFileInfo(rootPath).isDir() && openFile(rootPath);

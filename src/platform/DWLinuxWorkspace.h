@@ -52,6 +52,7 @@ public:
 
     bool openFile(const QString& path) override;
     bool openUrl(const QUrl& url) override;
+    bool openUrlText(const QString& url) override;
     // Asks the file manager over D-Bus to show the file selected; when that
     // fails (now or in its reply), opens the folder holding it instead.
     bool selectFile(const QString& path, const QString& rootPath) override;
