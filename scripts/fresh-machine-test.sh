@@ -114,6 +114,7 @@ run_release() {
   root="$work/root"
   mkdir "$root"
   tar -C "$root" -xzf "$tarball"
+  chmod 755 "$root" # as a system's root is, whatever mktemp made
   cp /etc/resolv.conf "$root/etc/resolv.conf"
   # A clone has only committed files: nothing uncommitted leaks in.
   git clone --quiet --no-checkout "$repo" "$root/src/dotwise"
