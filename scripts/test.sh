@@ -14,6 +14,7 @@
 #        asan     the quick suite under ASan+UBSan
 #        tsan     the threaded tests under TSan
 #        package  the .deb built, installed with dpkg and run (root or sudo)
+#        fuzz     the libFuzzer targets built with clang, each run over its seeds
 #        fresh-bookworm, fresh-trixie
 #                 dev and package on a fresh minimal Debian 12 or 13 that has
 #                 nothing but git beforehand (scripts/fresh-machine-test.sh;
@@ -55,6 +56,15 @@ run_preset() {
       ;;
     package)
       scripts/package-test.sh
+      ;;
+    fuzz)
+      cmake --preset fuzz >/dev/null
+      cmake --build --preset fuzz -j"$jobs"
+      local target
+      for target in build/fuzz/fuzz/fuzz_*; do
+        [ -x "$target" ] || continue
+        "$target" -runs=0 -close_fd_mask=2 "fuzz/corpus/${target##*/fuzz_}" 2>&1 | tail -n 1
+      done
       ;;
     fresh-bookworm | fresh-trixie)
       $sudo scripts/fresh-machine-test.sh "${preset#fresh-}" -- dev package
