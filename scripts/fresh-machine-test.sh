@@ -64,14 +64,17 @@ cleanup() {
     umount "${mounts[i]}" 2>/dev/null || umount -l "${mounts[i]}" || true
   done
   mounts=()
-  [ -n "$work" ] || return 0
-  # Never delete through a mount that is still there (it could be /dev).
-  if grep -q " $work/" /proc/mounts; then
-    echo "fresh-machine-test: $work still has mounts; left in place" >&2
-  else
-    rm -rf "$work"
-  fi
+  [ -z "$work" ] || remove_tree "$work"
   work=""
+}
+
+# Never deletes through a mount that is still there (it could be /dev).
+remove_tree() {
+  if grep -q " $1/" /proc/mounts; then
+    echo "fresh-machine-test: $1 still has mounts; left in place" >&2
+  else
+    rm -rf "$1"
+  fi
 }
 trap cleanup EXIT
 trap 'exit 130' INT TERM
@@ -88,13 +91,14 @@ base_tarball() {
     if ! debootstrap --variant=minbase --include=git "$release" "$build" "$mirror" \
         >"$build.log" 2>&1; then
       tail -n 20 "$build.log" >&2
-      rm -rf "$build"
+      remove_tree "$build"
       fail "debootstrap $release from $mirror failed (log: $build.log)"
     fi
     rm -f "$build"/var/cache/apt/archives/*.deb
     tar -C "$build" -czf "$tarball.part" .
     mv "$tarball.part" "$tarball"
-    rm -rf "$build" "$build.log"
+    remove_tree "$build"
+    rm -f "$build.log"
     elapsed "debootstrap $release" "$started" >&2
   fi
   echo "$tarball"
