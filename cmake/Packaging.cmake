@@ -24,13 +24,10 @@ set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "http://${DOTWISE_WEB_HOST}/")
 # package (qt6-svg-plugins) since Debian 13: dpkg says which one has them here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(dotwise_svg_plugin_package libqt6svg6)
-if(TARGET Qt6::QSvgPlugin)
-  get_target_property(dotwise_svg_plugin Qt6::QSvgPlugin LOCATION)
-  execute_process(COMMAND dpkg-query --search "${dotwise_svg_plugin}"
-                  OUTPUT_VARIABLE dotwise_svg_plugin_owner ERROR_QUIET)
-  if(dotwise_svg_plugin_owner MATCHES "^([^:, ]+)")
-    set(dotwise_svg_plugin_package ${CMAKE_MATCH_1})
-  endif()
+execute_process(COMMAND dpkg-query --search "*/qt6/plugins/imageformats/libqsvg.so"
+                OUTPUT_VARIABLE dotwise_svg_plugin_owner ERROR_QUIET)
+if(dotwise_svg_plugin_owner MATCHES "^([^:, ]+)")
+  set(dotwise_svg_plugin_package ${CMAKE_MATCH_1})
 endif()
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "${dotwise_svg_plugin_package}, shared-mime-info, hicolor-icon-theme")
