@@ -20,8 +20,17 @@ set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "http://${DOTWISE_WEB_HOST}/")
 # Library dependencies are worked out from the binary; these are what it loads
 # at run time without linking: the SVG image plugin, the MIME database and the
 # hicolor theme its icon goes into. gvfs keeps the badges (file metadata).
+# The SVG plugins came with libqt6svg6 up to Debian 12 and have their own
+# package (qt6-svg-plugins) since Debian 13: dpkg says which one has them here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6, shared-mime-info, hicolor-icon-theme")
+set(dotwise_svg_plugin_package libqt6svg6)
+execute_process(COMMAND dpkg-query --search "*/qt6/plugins/imageformats/libqsvg.so"
+                OUTPUT_VARIABLE dotwise_svg_plugin_owner ERROR_QUIET)
+if(dotwise_svg_plugin_owner MATCHES "^([^:, ]+)")
+  set(dotwise_svg_plugin_package ${CMAKE_MATCH_1})
+endif()
+set(CPACK_DEBIAN_PACKAGE_DEPENDS
+    "${dotwise_svg_plugin_package}, shared-mime-info, hicolor-icon-theme")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gvfs, dbus-user-session")
 set(CPACK_STRIP_FILES ON)
 include(CPack)

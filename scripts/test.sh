@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds Dotwise with warnings as errors and runs its tests.
 #
-# Usage: scripts/test.sh            the whole suite, as CI runs it: format, dev,
-#                                   loomwork, e2e, asan, tsan, package
+# Usage: scripts/test.sh            the whole suite, as CI runs it: format,
+#                                   fresh-bookworm, fresh-trixie, loomwork, e2e,
+#                                   asan, tsan
 #        scripts/test.sh STEP...    the given steps in order, e.g. "dev" alone
 #                                   for the quick suite
 # Steps: format   every C++ file as .clang-format says
@@ -13,12 +14,34 @@
 #        asan     the quick suite under ASan+UBSan
 #        tsan     the threaded tests under TSan
 #        package  the .deb built, installed with dpkg and run (root or sudo)
+#        fuzz     the libFuzzer targets built with clang, each run over its seeds
+#        fresh-bookworm, fresh-trixie
+#                 dev and package on a fresh minimal Debian 12 or 13 that has
+#                 nothing but git beforehand (scripts/fresh-machine-test.sh;
+#                 root or sudo). They stand in for dev and package on the host.
 #
 # Each step prints how long it took, so CI's time budget stays visible.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh
 
+presets=("$@")
+[ ${#presets[@]} -gt 0 ] || presets=(format fresh-bookworm fresh-trixie loomwork e2e asan tsan)
+groups=()
+for preset in "${presets[@]}"; do
+  case "$preset" in
+    fresh-*)
+      if [ -n "${DOTWISE_IN_FRESH_SYSTEM:-}" ]; then
+        echo "test.sh: $preset cannot run inside a fresh system" >&2
+        exit 2
+      fi
+      groups=(fresh)
+      ;;
+  esac
+done
+scripts/install-deps.sh "${groups[@]}"
+
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
 jobs="${DOTWISE_JOBS:-2}"
 
 elapsed() { echo "== $1 took $(($(date +%s) - $2)) s"; }
@@ -33,6 +56,18 @@ run_preset() {
       ;;
     package)
       scripts/package-test.sh
+      ;;
+    fuzz)
+      cmake --preset fuzz >/dev/null
+      cmake --build --preset fuzz -j"$jobs"
+      local target
+      for target in build/fuzz/fuzz/fuzz_*; do
+        [ -x "$target" ] || continue
+        "$target" -runs=0 -close_fd_mask=2 "fuzz/corpus/${target##*/fuzz_}" 2>&1 | tail -n 1
+      done
+      ;;
+    fresh-bookworm | fresh-trixie)
+      $sudo scripts/fresh-machine-test.sh "${preset#fresh-}" -- dev package
       ;;
     e2e)
       # The end-to-end tests use the dev build: the app, the CLI and their fixture.
@@ -64,8 +99,6 @@ run_preset() {
   elapsed "$preset" "$started"
 }
 
-presets=("$@")
-[ ${#presets[@]} -gt 0 ] || presets=(format dev loomwork e2e asan tsan package)
 total=$(date +%s)
 for preset in "${presets[@]}"; do
   run_preset "$preset"

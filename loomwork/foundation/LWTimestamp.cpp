@@ -1,15 +1,16 @@
 #include "foundation/LWTimestamp.h"
 
 #include <QFile>
+#include <QTimeZone>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 QDateTime LWTimestamp::toDateTime() const {
-    return QDateTime::fromMSecsSinceEpoch(seconds * 1000 + nanoseconds / 1000000, Qt::UTC);
+    return QDateTime::fromMSecsSinceEpoch(seconds * 1000 + nanoseconds / 1000000, QTimeZone::utc());
 }
 
 QString LWTimestamp::toString() const {
-    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC)
+    return QDateTime::fromSecsSinceEpoch(seconds, QTimeZone::utc())
                .toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")) +
            QStringLiteral(".%1Z").arg(nanoseconds, 9, 10, QLatin1Char('0'));
 }

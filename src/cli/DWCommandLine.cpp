@@ -31,6 +31,20 @@ const std::vector<Subcommand>& subcommands() {
     return table;
 }
 
+QtMessageHandler qtMessageHandler = nullptr;
+
+// Outside a desktop session Qt warns on every start of a GUI application
+// object that XDG_RUNTIME_DIR is not set, though no command uses that folder.
+// A command-line tool keeps stderr for what is wrong; every other message
+// passes.
+void commandLineMessageHandler(QtMsgType type, const QMessageLogContext& context,
+                               const QString& message) {
+    if (message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")))
+        return;
+    if (qtMessageHandler)
+        qtMessageHandler(type, context, message);
+}
+
 int printVersion() {
     const LWBundle& bundle = LWBundle::mainBundle();
     std::printf("%s %s\n", qPrintable(bundle.bundleName()),
@@ -69,8 +83,10 @@ int DWCommandLine::run(int argc, char* argv[]) {
     if (!std::strcmp(argv[1], "--version"))
         return printVersion();
     for (const Subcommand& command : subcommands()) {
-        if (!std::strcmp(argv[1], command.name))
+        if (!std::strcmp(argv[1], command.name)) {
+            qtMessageHandler = qInstallMessageHandler(commandLineMessageHandler);
             return command.run(argc - 1, argv + 1);
+        }
     }
     std::fprintf(stderr, "dotwise: unknown command '%s'\n%s", argv[1], qPrintable(usage()));
     return 2;

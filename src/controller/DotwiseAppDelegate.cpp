@@ -107,6 +107,9 @@ void DotwiseAppDelegate::_loadInterface() {
     _ui = std::make_unique<Ui::DWMainWindow>();
     _ui->setupUi(_mainWindow.get());
     _mainWindow->installEventFilter(this);
+    // The switch's knob is drawn by its style sheet, which says nothing when
+    // the picture fails.
+    DWNamedImage::picturesThatDoNotLoad(_ui->onOffButton->styleSheet());
 
     // The note comes and goes with the switch; the header keeps its height.
     QSizePolicy notePolicy = _ui->launchAtLoginNote->sizePolicy();

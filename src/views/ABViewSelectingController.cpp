@@ -2,6 +2,7 @@
 
 #include "foundation/LWPreferences.h"
 #include "logging/LWLogger.h"
+#include "views/DWNamedImage.h"
 #include "views/DWPointyButton.h"
 
 #include <QFile>
@@ -69,6 +70,8 @@ bool ABViewSelectingController::loadView(const QString& variation) {
     }
     _ABViewLoader loader;
     QWidget* view = loader.load(&file);
+    file.seek(0);
+    DWNamedImage::picturesThatDoNotLoad(QString::fromUtf8(file.readAll()));
     if (!view) {
         LW_LOG(1, "-[ABViewSelectingController init]",
                QStringLiteral("Can't load the view definition '%1': %2")

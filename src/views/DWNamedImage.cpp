@@ -4,7 +4,9 @@
 #include "views/DWShadow.h"
 
 #include <QFile>
+#include <QImageReader>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QSvgRenderer>
 #include <algorithm>
 #include <cmath>
@@ -42,6 +44,23 @@ QImage DWNamedImage::imageNamed(const QString& name, qreal devicePixelRatio) {
         return image;
     LW_LOG(1, "+[DWNamedImage imageNamed:]", QStringLiteral("No image named: %1").arg(name));
     return {};
+}
+
+QStringList DWNamedImage::picturesThatDoNotLoad(const QString& text) {
+    static const QRegularExpression reference(QStringLiteral(R"(:/[^\s"'()<>]+\.(?:svg|png|jpg))"));
+    QStringList failed;
+    for (const QRegularExpressionMatch& match : reference.globalMatch(text)) {
+        const QString path = match.captured();
+        if (failed.contains(path))
+            continue;
+        QImageReader reader(path);
+        if (!reader.read().isNull())
+            continue;
+        failed.append(path);
+        LW_LOG(1, "+[DWNamedImage picturesThatDoNotLoad:]",
+               QStringLiteral("The picture %1 does not load: %2").arg(path, reader.errorString()));
+    }
+    return failed;
 }
 
 QImage DWNamedImage::panelImage(const QImage& templateImage) {

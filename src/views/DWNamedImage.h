@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QString>
+#include <QStringList>
 
 // The application's images by name, as the views and menus ask for them:
 // ":/images/<name>.svg" rendered at the requested pixel density, else
@@ -12,6 +13,12 @@ public:
     // The image's device pixel ratio is set, so its size in points is
     // deviceIndependentSize().
     static QImage imageNamed(const QString& name, qreal devicePixelRatio = 1.0);
+
+    // The resource pictures (":/....svg", ".png" or ".jpg") that a view
+    // definition or style sheet refers to but that do not load here, each
+    // logged by name. Qt shows a blank where such a picture belongs, for
+    // instance when its SVG image plugin is not installed.
+    static QStringList picturesThatDoNotLoad(const QString& text);
 
     // A template image (black drawing on transparent) made readable on a
     // panel of any colour: the drawing in a light tone inside a soft dark

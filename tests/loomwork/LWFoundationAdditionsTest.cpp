@@ -14,6 +14,7 @@
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QStandardPaths>
+#include <QTimeZone>
 #include <cmath>
 #include <gtest/gtest.h>
 
@@ -170,7 +171,7 @@ TEST(StringAdditions, PrefixesAndEnterKeys) {
 }
 
 TEST(DateAdditions, DurationWordingAtItsBoundaries) {
-    const QDateTime base = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
+    const QDateTime base = QDateTime::fromSecsSinceEpoch(1700000000, QTimeZone::utc());
     auto words = [&](qint64 ms) {
         return lw::durationInDaysHoursOrMinutesSinceDate(base, base.addMSecs(ms));
     };

@@ -33,6 +33,8 @@ TEST(ABView, TheFirstChoiceIsStoredAndAStoredOneDrawsNoNumber) {
 }
 
 TEST(ABView, EveryDesignLoadsWithItsLabelButtonAndPictures) {
+    LWLogger::sharedInstance()->setMessageBacklogSize(50);
+    LWLogger::sharedInstance()->setMessageBacklog({});
     for (const QString& variation : ABViewSelectingController::variations()) {
         SCOPED_TRACE(variation.toStdString());
         LWPreferences::standard().setObject(key, variation);
@@ -48,6 +50,9 @@ TEST(ABView, EveryDesignLoadsWithItsLabelButtonAndPictures) {
             pictures += picture != controller.label() && !picture->pixmap().isNull();
         EXPECT_GE(pictures, 1);
     }
+    // Every picture loaded: none was logged as failing.
+    EXPECT_EQ(LWLogger::sharedInstance()->messageBacklog().filter(u"does not load"_s),
+              QStringList());
 }
 
 TEST(ABView, AStoredNameWithoutADesignShowsAnEmptyPlaceholderAndWarns) {

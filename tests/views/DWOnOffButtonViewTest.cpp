@@ -1,5 +1,8 @@
 #include "views/DWOnOffButtonView.h"
 
+#include "logging/LWLogger.h"
+#include "views/DWNamedImage.h"
+
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
@@ -51,6 +54,18 @@ TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClippedOrTheNamedOne) {
     render(view);
     ASSERT_FALSE(view.image().isNull());
     EXPECT_EQ(view.sizeHint(), view.image().deviceIndependentSize().toSize());
+}
+
+// The knob is the style sheet's picture, which needs Qt's SVG image plugin.
+TEST(OnOffButtonView, TheKnobPictureLoadsAndAMissingPictureIsLoggedByName) {
+    LWLogger::sharedInstance()->setMessageBacklogSize(50);
+    LWLogger::sharedInstance()->setMessageBacklog({});
+    const QString sheet = QStringLiteral("QPushButton { image: url(:/images/OnOffKnob.svg); } "
+                                         "QLabel { image: url(:/images/Gone.svg); }");
+    EXPECT_EQ(DWNamedImage::picturesThatDoNotLoad(sheet),
+              QStringList{QStringLiteral(":/images/Gone.svg")});
+    EXPECT_EQ(
+        LWLogger::sharedInstance()->messageBacklog().filter(QStringLiteral("Gone.svg")).size(), 1);
 }
 
 // A label, then two buttons, the second over the first's right half.
