@@ -14,6 +14,7 @@
 #include "ui/LWAlert.h"
 #include "ui_DWMainWindow.h"
 #include "views/ABViewSelectingController.h"
+#include "views/DWNamedImage.h"
 #include "views/DWTextContrast.h"
 
 #include <QApplication>
