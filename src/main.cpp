@@ -5,7 +5,7 @@
 #include "monitoring/DWFileWatcher.h"
 #include "platform/DWInotifyEventStreamFactory.h"
 #include "platform/DWLinuxWorkspace.h"
-#include "platform/LaunchAtLoginController.h"
+#include "platform/DWAutostartLaunchAtLoginController.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -59,7 +59,7 @@ int main(int argc, char* argv[]) {
     DWLinuxWorkspace workspace;
     DotwiseAppDelegate::Services services;
     services.workspace = &workspace;
-    services.launchAtLoginController = std::make_unique<LaunchAtLoginController>();
+    services.launchAtLoginController = std::make_unique<DWAutostartLaunchAtLoginController>();
     services.fileWatcher = std::make_unique<DWFileWatcher>(DWInotifyEventStreamFactory::create());
     DotwiseAppDelegate delegate(std::move(services));
 
