@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <functional>
 
@@ -13,8 +14,9 @@ struct DWDirectoryEvent {
     bool operator==(const DWDirectoryEvent&) const = default;
 };
 
-// A stream of changes in a fixed set of directories. Changes that arrive
-// within one latency window are folded into one batch, one event per
+// A stream of changes in a set of directories and their subdirectories, a
+// change reported with the path of the directory it happened in. Changes that
+// arrive within one latency window are folded into one batch, one event per
 // directory, in the order of their ids.
 //
 // A stream reports only changes that happen after start(). It reports on the
@@ -31,6 +33,10 @@ public:
 
     // Starts reporting; false when the stream cannot run on this thread.
     virtual bool start() = 0;
+    // Watches these directories from now on, running or not. Changes already
+    // seen in directories that stay are still reported; those of directories
+    // that leave are dropped.
+    virtual void setDirectories(const QSet<QString>& directories) = 0;
     // No callback comes after this returns, not even for changes already seen.
     virtual void stop() = 0;
     virtual bool isRunning() const = 0;

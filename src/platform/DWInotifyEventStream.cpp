@@ -24,6 +24,13 @@ bool DWInotifyEventStream::start() {
     return _running;
 }
 
+void DWInotifyEventStream::setDirectories(const QSet<QString>& directories) {
+    if (_running)
+        _factory->_changeStream(this, directories);
+    else
+        _directories = directories;
+}
+
 void DWInotifyEventStream::stop() {
     if (!_running)
         return;

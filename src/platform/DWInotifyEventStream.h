@@ -22,6 +22,7 @@ public:
     DWInotifyEventStream& operator=(const DWInotifyEventStream&) = delete;
 
     bool start() override;
+    void setDirectories(const QSet<QString>& directories) override;
     void stop() override;
     bool isRunning() const override { return _running; }
 

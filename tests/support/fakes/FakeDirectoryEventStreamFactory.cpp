@@ -41,6 +41,9 @@ public:
             ++_state->stopped;
         }
     }
+    void setDirectories(const QSet<QString>& directories) override {
+        _stream->directories = directories;
+    }
     bool isRunning() const override { return _state->running.contains(_stream); }
 
 private:
