@@ -73,7 +73,7 @@ bool DotwiseAppDelegate::acceptDrop(const QMimeData* data, Qt::DropActions sourc
     return accepted;
 }
 
-bool DotwiseAppDelegate::_handleKeyPress(QKeyEvent* event) {
+bool DotwiseAppDelegate::_handleKeyPress(QObject* watched, QKeyEvent* event) {
     if (event->modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier))
         return false;
     switch (event->key()) {
@@ -84,13 +84,28 @@ bool DotwiseAppDelegate::_handleKeyPress(QKeyEvent* event) {
         deleteForward(_mainWindow.get());
         return true;
     case Qt::Key_Return:
-    case Qt::Key_Enter:
-        // Hide/Quit is the window's default button.
+    case Qt::Key_Enter: {
+        // On the table's selected row Enter opens it: the table activates the
+        // row and then passes the key on to the window, which must not take
+        // it too.
+        QTableView* table = _ui->taskListsTableView;
+        if (watched != table && event == _keyOpeningRow) {
+            _keyOpeningRow = nullptr;
+            return true;
+        }
+        const QModelIndex current = table->currentIndex();
+        if (watched == table && current.isValid() &&
+            table->selectionModel()->isRowSelected(current.row())) {
+            _keyOpeningRow = event;
+            return false;
+        }
+        // Anywhere else, Hide/Quit is the window's default button.
         if (_ui->hideOrQuitButton->isEnabled() && _ui->hideOrQuitButton->isVisible()) {
             _ui->hideOrQuitButton->animateClick();
             return true;
         }
         return false;
+    }
     default:
         return false;
     }
