@@ -198,6 +198,8 @@ public:
     // in the drag's order; other files are skipped. False when the source
     // doesn't allow copying or no file was handed over.
     bool acceptDrop(const QMimeData* data, Qt::DropActions sourceOperations);
+    // Files named when Dotwise was started: added as if dropped on the table.
+    void openFiles(const QStringList& paths);
     // Delete and Backspace: remove the selected task list while badging is on.
     void deleteBackward(QObject* sender);
     void deleteForward(QObject* sender);

@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QMainWindow>
+#include <QMimeData>
 #include <QPropertyAnimation>
 #include <QPushButton>
 #include <QTableView>
@@ -71,6 +72,17 @@ bool DotwiseAppDelegate::acceptDrop(const QMimeData* data, Qt::DropActions sourc
         accepted = true;
     }
     return accepted;
+}
+
+void DotwiseAppDelegate::openFiles(const QStringList& paths) {
+    if (paths.isEmpty())
+        return;
+    QMimeData data;
+    QList<QUrl> urls;
+    for (const QString& path : paths)
+        urls.append(QUrl::fromLocalFile(path));
+    data.setUrls(urls);
+    acceptDrop(&data, Qt::CopyAction);
 }
 
 bool DotwiseAppDelegate::_handleKeyPress(QObject* watched, QKeyEvent* event) {
