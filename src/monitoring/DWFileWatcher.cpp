@@ -92,11 +92,12 @@ void DWFileWatcher::stopWatchingFile(const QString& path) {
 }
 
 void DWFileWatcher::_addFileToDirectory(const QString& path, const QString& directory) {
+    // Callers add a file once per directory: as its parent when it is first
+    // registered, as its target's directory when that changes.
     QStringList& files = _filesByDirectory[directory];
     if (files.isEmpty())
         _watchedDirectories.insert(directory);
-    if (!files.contains(path))
-        files.append(path);
+    files.append(path);
 }
 
 void DWFileWatcher::_removeFileFromDirectory(const QString& path, const QString& directory) {

@@ -233,6 +233,18 @@ void DWInotifyEventStreamFactory::_watchSubdirectories(const QString& directory)
     }
 }
 
+void DWInotifyEventStreamFactory::_retryLostDirectories() {
+    // Only wanted directories are kept as lost (reconciling forgets the
+    // others), so this is all a retry needs to look at.
+    const QSet<QString> lost = _lostDirectories;
+    for (const QString& directory : lost) {
+        if (_addWatch(directory))
+            _watchSubdirectories(directory);
+    }
+    if (!_lostDirectories.isEmpty())
+        _scheduleRetry();
+}
+
 void DWInotifyEventStreamFactory::_scheduleRetry() {
     if (!_retryTimerId)
         _retryTimerId = startTimer(retryInterval);
@@ -388,7 +400,7 @@ void DWInotifyEventStreamFactory::timerEvent(QTimerEvent* event) {
     if (timerId == _retryTimerId) {
         killTimer(_retryTimerId);
         _retryTimerId = 0;
-        _reconcileWatches(); // schedules the next try while some are still away
+        _retryLostDirectories();
         return;
     }
     DWInotifyEventStream* stream = _streamsByTimer.value(timerId);
@@ -401,8 +413,7 @@ void DWInotifyEventStreamFactory::timerEvent(QTimerEvent* event) {
     _readEvents();
     // A directory that went and came back within the window is watched
     // again before its files are looked at.
-    if (!_lostDirectories.isEmpty())
-        _reconcileWatches();
+    _retryLostDirectories();
     killTimer(timerId);
     _streamsByTimer.remove(timerId);
     stream->_timerId = 0;

@@ -81,6 +81,7 @@ private:
     bool _isWanted(const QString& directory) const;
     bool _hasWantedAncestor(const QString& directory, const QSet<QString>& wanted) const;
     void _watchSubdirectories(const QString& directory);
+    void _retryLostDirectories();
     void _scheduleRetry();
     void _stopStream(DWInotifyEventStream* stream);
     bool _openInstance();
