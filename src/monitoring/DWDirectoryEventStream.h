@@ -33,10 +33,12 @@ public:
 
     // Starts reporting; false when the stream cannot run on this thread.
     virtual bool start() = 0;
-    // Watches these directories from now on, running or not. Changes already
-    // seen in directories that stay are still reported; those of directories
-    // that leave are dropped.
-    virtual void setDirectories(const QSet<QString>& directories) = 0;
+    // Change the directories, running or not. Changes already seen in
+    // directories that stay are still reported; those of a directory that
+    // leaves are dropped. One at a time, so that neither side copies the set
+    // when thousands of directories are added at start-up.
+    virtual void addDirectory(const QString& directory) = 0;
+    virtual void removeDirectory(const QString& directory) = 0;
     // No callback comes after this returns, not even for changes already seen.
     virtual void stop() = 0;
     virtual bool isRunning() const = 0;

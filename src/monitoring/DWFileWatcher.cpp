@@ -2,9 +2,11 @@
 
 #include "logging/LWLogger.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <limits>
+#include <sys/stat.h>
 
 namespace {
 // Earlier than any date a file can have.
@@ -95,8 +97,12 @@ void DWFileWatcher::_addFileToDirectory(const QString& path, const QString& dire
     // Callers add a file once per directory: as its parent when it is first
     // registered, as its target's directory when that changes.
     QStringList& files = _filesByDirectory[directory];
-    if (files.isEmpty())
+    if (files.isEmpty()) {
         _watchedDirectories.insert(directory);
+        QMutexLocker locker(&_streamLock);
+        if (_eventStream)
+            _eventStream->addDirectory(directory);
+    }
     files.append(path);
 }
 
@@ -108,16 +114,20 @@ void DWFileWatcher::_removeFileFromDirectory(const QString& path, const QString&
     if (files->isEmpty()) {
         _filesByDirectory.erase(files);
         _watchedDirectories.remove(directory);
+        QMutexLocker locker(&_streamLock);
+        if (_eventStream)
+            _eventStream->removeDirectory(directory);
     }
 }
 
 bool DWFileWatcher::_followTarget(const QString& path) {
     // Only a link in the last component: a linked folder is watched through
-    // its name, which the kernel follows.
-    const QFileInfo info(path);
+    // its name, which the kernel follows. A plain lstat, as this runs for
+    // every registration and most files are no links.
+    struct stat status;
     QString target;
-    if (info.isSymLink()) {
-        const QString resolved = info.canonicalFilePath();
+    if (::lstat(QFile::encodeName(path).constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+        const QString resolved = QFileInfo(path).canonicalFilePath();
         if (!resolved.isEmpty() && parentDirectory(resolved) != parentDirectory(path))
             target = parentDirectory(resolved);
     }
@@ -136,12 +146,9 @@ bool DWFileWatcher::_followTarget(const QString& path) {
 }
 
 void DWFileWatcher::_updateFileEventStream() {
-    QMutexLocker locker(&_streamLock);
-    if (_eventStream && !_watchedDirectories.isEmpty()) {
-        _eventStream->setDirectories(_watchedDirectories);
+    // A running stream has followed every change of the set already.
+    if (isStreaming() && !_watchedDirectories.isEmpty())
         return;
-    }
-    locker.unlock();
     _stopFileEventStream();
     _startFileEventStream();
 }
@@ -160,8 +167,8 @@ void DWFileWatcher::_startFileEventStream() {
     QMutexLocker locker(&_streamLock);
     if (!_streamFactory)
         return;
-    // The stream keeps a copy of the set; it shares the data until the set
-    // changes, by which time this stream has been stopped and released.
+    // The stream starts with the set's data shared; the first directory
+    // added or removed afterwards gives each side its own copy, once.
     const QSet<QString> directories = _watchedDirectories;
     _eventStream = _streamFactory->createStream(
         directories, _latency, _lastEventId, [this](const QList<DWDirectoryEvent>& events) {

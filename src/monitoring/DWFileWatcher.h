@@ -63,9 +63,10 @@ private:
     bool _updateModificationDateIfNeeded(const QString& path);
     void _startFileEventStream();
     void _stopFileEventStream();
-    // Starts a stream, or hands the running one the current directories.
+    // Starts a stream when none runs, stops it when nothing is left to watch.
     void _updateFileEventStream();
-    // Files this directory holds; the directory leaves the set with the last.
+    // Files this directory holds; the directory joins the set, and the
+    // running stream, with the first and leaves with the last.
     void _addFileToDirectory(const QString& path, const QString& directory);
     void _removeFileFromDirectory(const QString& path, const QString& directory);
     // Follows a link to where its target is now; true when that changed.

@@ -24,11 +24,18 @@ bool DWInotifyEventStream::start() {
     return _running;
 }
 
-void DWInotifyEventStream::setDirectories(const QSet<QString>& directories) {
+void DWInotifyEventStream::addDirectory(const QString& directory) {
     if (_running)
-        _factory->_changeStream(this, directories);
+        _factory->_addToStream(this, directory);
     else
-        _directories = directories;
+        _directories.insert(directory);
+}
+
+void DWInotifyEventStream::removeDirectory(const QString& directory) {
+    if (_running)
+        _factory->_removeFromStream(this, directory);
+    else
+        _directories.remove(directory);
 }
 
 void DWInotifyEventStream::stop() {

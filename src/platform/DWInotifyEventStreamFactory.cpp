@@ -4,15 +4,17 @@
 #include "platform/DWInotifyEventStream.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QSocketNotifier>
 #include <QThread>
 #include <QTimerEvent>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <dirent.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -95,18 +97,27 @@ bool DWInotifyEventStreamFactory::_startStream(DWInotifyEventStream* stream) {
     return true;
 }
 
-void DWInotifyEventStreamFactory::_changeStream(DWInotifyEventStream* stream,
-                                                const QSet<QString>& directories) {
+void DWInotifyEventStreamFactory::_addToStream(DWInotifyEventStream* stream,
+                                               const QString& directory) {
     // What is queued now happened in the directories as they were.
     _drainBeforeChange();
-    stream->_directories = directories;
+    stream->_directories.insert(directory);
+    _placeWatches();
+}
+
+void DWInotifyEventStreamFactory::_removeFromStream(DWInotifyEventStream* stream,
+                                                    const QString& directory) {
+    _drainBeforeChange();
+    stream->_directories.remove(directory);
     for (auto it = stream->_pendingEventIds.begin(); it != stream->_pendingEventIds.end();) {
-        if (directories.contains(it.key()) || _hasWantedAncestor(it.key(), directories))
+        if (stream->_directories.contains(it.key()) ||
+            _hasWantedAncestor(it.key(), stream->_directories))
             ++it;
         else
             it = stream->_pendingEventIds.erase(it);
     }
-    _placeWatches();
+    // The watch goes when the event loop comes round, as after a stop.
+    _scheduleReconcile();
 }
 
 void DWInotifyEventStreamFactory::_drainBeforeChange() {
@@ -210,12 +221,32 @@ bool DWInotifyEventStreamFactory::_hasWantedAncestor(const QString& directory,
 }
 
 void DWInotifyEventStreamFactory::_watchSubdirectories(const QString& directory) {
-    // Links are not followed: a link to a folder higher up would loop.
-    QDirIterator subdirectories(directory,
-                                QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden | QDir::NoSymLinks,
-                                QDirIterator::Subdirectories);
-    while (subdirectories.hasNext()) {
-        const QString subdirectory = subdirectories.next();
+    const QByteArray path = QFile::encodeName(directory);
+    // Most folders with task lists have no subfolders, and on most file
+    // systems a link count of 2 (its name and its ".") says so without
+    // reading the folder.
+    struct stat status;
+    if (::stat(path.constData(), &status) != 0 || status.st_nlink == 2)
+        return;
+    DIR* folder = ::opendir(path.constData());
+    if (!folder)
+        return;
+    QStringList subdirectories;
+    while (const dirent* entry = ::readdir(folder)) {
+        // Links are not followed: a link to a folder higher up would loop.
+        if (entry->d_type != DT_DIR && entry->d_type != DT_UNKNOWN)
+            continue;
+        if (!std::strcmp(entry->d_name, ".") || !std::strcmp(entry->d_name, ".."))
+            continue;
+        const QString subdirectory =
+            (directory == QLatin1String("/") ? directory : directory + u'/') +
+            QFile::decodeName(entry->d_name);
+        if (entry->d_type == DT_UNKNOWN && !QFileInfo(subdirectory).isDir())
+            continue;
+        subdirectories.append(subdirectory);
+    }
+    ::closedir(folder);
+    for (const QString& subdirectory : std::as_const(subdirectories)) {
         if (_watchDescriptorsByPath.contains(subdirectory))
             continue;
         if (_subdirectories.size() >= maxSubdirectoryWatches) {
@@ -229,7 +260,8 @@ void DWInotifyEventStreamFactory::_watchSubdirectories(const QString& directory)
             }
             return;
         }
-        _addWatch(subdirectory, true);
+        if (_addWatch(subdirectory, true))
+            _watchSubdirectories(subdirectory);
     }
 }
 

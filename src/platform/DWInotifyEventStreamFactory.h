@@ -75,7 +75,8 @@ private:
     DWInotifyEventStreamFactory();
 
     bool _startStream(DWInotifyEventStream* stream);
-    void _changeStream(DWInotifyEventStream* stream, const QSet<QString>& directories);
+    void _addToStream(DWInotifyEventStream* stream, const QString& directory);
+    void _removeFromStream(DWInotifyEventStream* stream, const QString& directory);
     void _drainBeforeChange();
     void _placeWatches();
     bool _isWanted(const QString& directory) const;

@@ -119,7 +119,8 @@ TEST_F(InotifyStreamTest, ChangingTheDirectoriesKeepsWhatIsPending) {
     auto stream = start({kept, dropped}, recorder, 0.3);
     dwtest::writeFile(kept + u"/x"_s, "x");
     dwtest::writeFile(dropped + u"/x"_s, "x");
-    stream->setDirectories({kept, added});
+    stream->removeDirectory(dropped);
+    stream->addDirectory(added);
     dwtest::writeFile(added + u"/x"_s, "x");
     ASSERT_TRUE(dwtest::waitUntil([&] { return recorder.saw(kept) && recorder.saw(added); }, 5000));
     EXPECT_FALSE(recorder.saw(dropped));

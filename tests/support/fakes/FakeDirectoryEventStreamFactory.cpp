@@ -41,8 +41,9 @@ public:
             ++_state->stopped;
         }
     }
-    void setDirectories(const QSet<QString>& directories) override {
-        _stream->directories = directories;
+    void addDirectory(const QString& directory) override { _stream->directories.insert(directory); }
+    void removeDirectory(const QString& directory) override {
+        _stream->directories.remove(directory);
     }
     bool isRunning() const override { return _state->running.contains(_stream); }
 
