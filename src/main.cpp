@@ -3,12 +3,14 @@
 #include "controller/DotwiseAppDelegate.h"
 #include "foundation/LWBundle.h"
 #include "monitoring/DWFileWatcher.h"
+#include "platform/DWAutostartLaunchAtLoginController.h"
 #include "platform/DWInotifyEventStreamFactory.h"
 #include "platform/DWLinuxWorkspace.h"
-#include "platform/LaunchAtLoginController.h"
+#include "platform/DWWindowActivator.h"
 
 #include <QApplication>
 #include <QIcon>
+#include <QMainWindow>
 #include <QTimer>
 #include <cstdio>
 
@@ -30,6 +32,11 @@ int main(int argc, char* argv[]) {
         return 1;
     }
 
+    // Taken before Qt starts: its X11 platform takes DESKTOP_STARTUP_ID for
+    // itself. A second start passes them on to the running copy.
+    const DWSingleInstance::Launch launch =
+        DWSingleInstance::Launch::fromEnvironment(DWCommandLine::fileArguments(argc, argv));
+
     QApplication app(argc, argv);
     const LWBundle& bundle = LWBundle::mainBundle();
     QApplication::setApplicationName(bundle.bundleName());
@@ -44,11 +51,11 @@ int main(int argc, char* argv[]) {
     // The controller decides what closing the window means.
     QApplication::setQuitOnLastWindowClosed(false);
 
-    // One copy per session: a second start brings the first one's window
-    // forward and ends.
+    // One copy per session: a second start hands its files and its launch
+    // token to the first one, whose window comes forward, and ends.
     DWSingleInstance instance(DWSingleInstance::defaultDirectory(), bundle.bundleIdentifier());
     if (!instance.claim()) {
-        if (instance.handOver())
+        if (instance.handOver(launch))
             return 0;
         if (!instance.claim()) {
             std::fprintf(stderr, "dotwise: another copy is running but does not answer\n");
@@ -59,14 +66,23 @@ int main(int argc, char* argv[]) {
     DWLinuxWorkspace workspace;
     DotwiseAppDelegate::Services services;
     services.workspace = &workspace;
-    services.launchAtLoginController = std::make_unique<LaunchAtLoginController>();
+    services.launchAtLoginController = std::make_unique<DWAutostartLaunchAtLoginController>();
     services.fileWatcher = std::make_unique<DWFileWatcher>(DWInotifyEventStreamFactory::create());
     DotwiseAppDelegate delegate(std::move(services));
 
     QObject::connect(&instance, &DWSingleInstance::reopenRequested, &delegate,
-                     [&delegate] { delegate.applicationShouldHandleReopen(); });
+                     [&delegate](const DWSingleInstance::Launch& later) {
+                         DWWindowActivator::useActivationToken(later.xdgActivationToken);
+                         delegate.applicationShouldHandleReopen();
+                         DWWindowActivator::endLaunchFeedback(delegate.mainWindow(),
+                                                              later.desktopStartupId);
+                         delegate.openFiles(later.files);
+                     });
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate,
                      [&delegate] { delegate.applicationWillTerminate(); });
-    QTimer::singleShot(0, &delegate, [&delegate] { delegate.applicationDidFinishLaunching(); });
+    QTimer::singleShot(0, &delegate, [&delegate, files = launch.files] {
+        delegate.applicationDidFinishLaunching();
+        delegate.openFiles(files);
+    });
     return QApplication::exec();
 }

@@ -7,6 +7,8 @@
 #include "foundation/LWBundle.h"
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -55,24 +57,46 @@ int printVersion() {
 
 QString DWCommandLine::usage() {
     QString text = QStringLiteral("Usage: dotwise [--help | --version]\n");
+    text += QStringLiteral("       dotwise [FILE...]\n");
     for (const Subcommand& command : subcommands())
         text += QStringLiteral("       dotwise %1\n").arg(QString::fromUtf8(command.synopsis));
-    text += QStringLiteral("Without arguments, dotwise starts the desktop application.\n");
+    text += QStringLiteral("Without a command, dotwise starts the desktop application, or brings "
+                           "the running one forward,\nand adds the FILEs to its task lists as if "
+                           "they were dropped on its window.\n");
     return text;
 }
 
 bool DWCommandLine::handles(int argc, char* argv[]) {
     if (argc < 2)
         return false;
-    const char* first = argv[1];
-    if (!std::strcmp(first, "--help") || !std::strcmp(first, "-h") ||
-        !std::strcmp(first, "--version"))
-        return true;
     for (const Subcommand& command : subcommands()) {
-        if (!std::strcmp(first, command.name))
+        if (!std::strcmp(argv[1], command.name))
+            return true;
+    }
+    // Options, known or not; "--" ends them, so that "-notes.txt" is a file.
+    for (int i = 1; i < argc && std::strcmp(argv[i], "--"); ++i) {
+        if (argv[i][0] == '-' && argv[i][1])
             return true;
     }
     return false;
+}
+
+QStringList DWCommandLine::fileArguments(int argc, char* argv[]) {
+    QStringList files;
+    bool optionsEnded = false;
+    for (int i = 1; i < argc; ++i) {
+        if (!optionsEnded && !std::strcmp(argv[i], "--")) {
+            optionsEnded = true;
+            continue;
+        }
+        const QFileInfo file(QFile::decodeName(argv[i]));
+        if (!file.exists()) {
+            std::fprintf(stderr, "dotwise: %s: no such file\n", argv[i]);
+            continue;
+        }
+        files.append(file.absoluteFilePath());
+    }
+    return files;
 }
 
 int DWCommandLine::run(int argc, char* argv[]) {
@@ -86,6 +110,12 @@ int DWCommandLine::run(int argc, char* argv[]) {
         if (!std::strcmp(argv[1], command.name)) {
             qtMessageHandler = qInstallMessageHandler(commandLineMessageHandler);
             return command.run(argc - 1, argv + 1);
+        }
+    }
+    for (int i = 1; i < argc && std::strcmp(argv[i], "--"); ++i) {
+        if (argv[i][0] == '-' && argv[i][1]) {
+            std::fprintf(stderr, "dotwise: unknown option '%s'\n%s", argv[i], qPrintable(usage()));
+            return 2;
         }
     }
     std::fprintf(stderr, "dotwise: unknown command '%s'\n%s", argv[1], qPrintable(usage()));

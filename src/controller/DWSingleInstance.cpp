@@ -5,6 +5,9 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QPointer>
@@ -13,13 +16,51 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <sys/file.h>
 #include <unistd.h>
 
 namespace {
-const QByteArray reopenRequest = QByteArrayLiteral("reopen\n");
+// "reopen", then the launch as one line of JSON, then a line feed.
+const QByteArray reopenRequest = QByteArrayLiteral("reopen");
 const QByteArray reopenAnswer = QByteArrayLiteral("ok\n");
+// Enough for thousands of file names; anything longer isn't one of ours.
+constexpr qint64 maxRequestLength = 4 * 1024 * 1024;
+
+QByteArray encode(const DWSingleInstance::Launch& launch) {
+    const QJsonObject object{{QStringLiteral("files"), QJsonArray::fromStringList(launch.files)},
+                             {QStringLiteral("xdgActivationToken"), launch.xdgActivationToken},
+                             {QStringLiteral("desktopStartupId"), launch.desktopStartupId}};
+    // Compact JSON escapes line feeds inside strings: the request stays one line.
+    return reopenRequest + ' ' + QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+}
+
+std::optional<DWSingleInstance::Launch> decode(QByteArray line) {
+    if (!line.endsWith('\n'))
+        return std::nullopt;
+    line.chop(1);
+    if (line == reopenRequest)
+        return DWSingleInstance::Launch{};
+    if (!line.startsWith(reopenRequest + ' '))
+        return std::nullopt;
+    const QJsonDocument document = QJsonDocument::fromJson(line.mid(reopenRequest.size() + 1));
+    if (!document.isObject())
+        return std::nullopt;
+    const QJsonObject object = document.object();
+    DWSingleInstance::Launch launch;
+    for (const QJsonValue& file : object.value(QStringLiteral("files")).toArray())
+        if (file.isString())
+            launch.files.append(file.toString());
+    launch.xdgActivationToken = object.value(QStringLiteral("xdgActivationToken")).toString();
+    launch.desktopStartupId = object.value(QStringLiteral("desktopStartupId")).toString();
+    return launch;
+}
 } // namespace
+
+DWSingleInstance::Launch DWSingleInstance::Launch::fromEnvironment(const QStringList& files) {
+    return Launch{files, qEnvironmentVariable("XDG_ACTIVATION_TOKEN"),
+                  qEnvironmentVariable("DESKTOP_STARTUP_ID")};
+}
 
 DWSingleInstance::DWSingleInstance(const QString& directory, const QString& name, QObject* parent)
     : QObject(parent), _directory(directory), _name(name) {}
@@ -92,22 +133,28 @@ void DWSingleInstance::acceptConnections() {
         connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
             if (!socket->canReadLine()) {
-                if (socket->bytesAvailable() > 64) // not one of ours
+                if (socket->bytesAvailable() > maxRequestLength) // not one of ours
                     socket->abort();
                 return;
             }
-            const QByteArray line = socket->readLine(64);
-            if (line == reopenRequest) {
+            const std::optional<Launch> launch = decode(socket->readLine(maxRequestLength));
+            if (launch) {
                 socket->write(reopenAnswer);
                 socket->flush();
-                emit reopenRequested();
+            } else {
+                LW_LOG(1, "-[DWSingleInstance acceptConnections]",
+                       QStringLiteral("Ignoring a request on %1 that is not a start of Dotwise")
+                           .arg(socketPath()));
             }
             socket->disconnectFromServer();
+            if (launch)
+                emit reopenRequested(*launch);
         });
     }
 }
 
-bool DWSingleInstance::handOver(int timeoutMs) {
+bool DWSingleInstance::handOver(const Launch& launch, int timeoutMs) {
+    const QByteArray request = encode(launch);
     QDeadlineTimer deadline(timeoutMs);
     // The running copy may be between taking its lock and listening: try again
     // for a moment rather than fail at once.
@@ -115,7 +162,7 @@ bool DWSingleInstance::handOver(int timeoutMs) {
         QLocalSocket socket;
         socket.connectToServer(socketPath());
         if (socket.waitForConnected(qMin<qint64>(250, qMax<qint64>(1, deadline.remainingTime())))) {
-            socket.write(reopenRequest);
+            socket.write(request);
             if (!socket.waitForBytesWritten(int(qMax<qint64>(1, deadline.remainingTime()))))
                 return false;
             while (!socket.canReadLine()) {

@@ -1,12 +1,18 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QList>
+#include <memory>
 
 class DotwiseAppDelegate;
+class DWTaskList;
 
 // The main window's table of watched task lists: row i is the controller's task
-// list i. It keeps no copy of the list; reloadData() resets the view after the
-// controller changed the list or a count.
+// list i. reloadData() brings the rows in line with the controller's list after
+// it changed the list or a count, as row insertions, removals and changed
+// cells rather than a reset: badge updates refresh the table several times a
+// second, and the selection, the current row and the scroll position must
+// survive that.
 class DWTaskListTableModel : public QAbstractTableModel {
     Q_OBJECT
 public:
@@ -33,5 +39,16 @@ protected:
     DotwiseAppDelegate& controller() const { return _controller; }
 
 private:
+    struct Row {
+        std::shared_ptr<DWTaskList> taskList;
+        int openTasks; // the count the view was last told about
+    };
+
+    void _removeRowsMissingFrom(const QList<std::shared_ptr<DWTaskList>>& taskLists);
+    bool _keepsOrderOf(const QList<std::shared_ptr<DWTaskList>>& taskLists) const;
+
     DotwiseAppDelegate& _controller;
+    // The rows as the view knows them; they follow the controller's list at
+    // each reloadData().
+    QList<Row> _rows;
 };

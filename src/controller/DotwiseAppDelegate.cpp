@@ -128,6 +128,13 @@ void DotwiseAppDelegate::_loadInterface() {
                                                     QHeaderView::Stretch);
     table->horizontalHeader()->setSectionResizeMode(DWTaskListTableModel::OpenTasksColumn,
                                                     QHeaderView::ResizeToContents);
+    // A list added below the visible rows comes into view; the first filling
+    // at start-up leaves the table at its top.
+    connect(_taskListsModel, &QAbstractItemModel::rowsInserted, table,
+            [this, table](const QModelIndex&, int first, int last) {
+                if (first > 0)
+                    table->scrollTo(_taskListsModel->index(last, 0));
+            });
 
     // Kept here between questions; each style question borrows it.
     _styleExamplesView = _makeStyleExamplesView();
@@ -145,6 +152,14 @@ void DotwiseAppDelegate::awakeFromNib() {
     // No update framework is bundled on Linux (packages update the app); the
     // updater of ours is created and kept, and stays idle.
     _updater = new DWSoftwareUpdater(this);
+
+    // Opening a row follows the desktop's activation: a double or single
+    // click, as the style says, and Enter.
+    connect(_ui->taskListsTableView, &QAbstractItemView::activated, this,
+            [this](const QModelIndex& index) {
+                _clickedRow = index.row();
+                taskDoubleClickAction(_ui->taskListsTableView);
+            });
 
     _ui->shortVersion->setText(
         QStringLiteral("v%1").arg(LWBundle::mainBundle().shortVersionString()));
@@ -177,7 +192,8 @@ void DotwiseAppDelegate::applicationDidFinishLaunching() {
             return acceptDrop(data, operations);
         });
     // Keys the table leaves alone (Delete, Backspace, Return) come here, from
-    // the table and from anything else in the window; double-clicks too.
+    // the table and from anything else in the window; so do double-clicks on
+    // the table while it is switched off.
     table->installEventFilter(this);
     table->viewport()->installEventFilter(this);
 
@@ -329,16 +345,18 @@ bool DotwiseAppDelegate::eventFilter(QObject* watched, QEvent* event) {
     QTableView* table = _ui ? _ui->taskListsTableView : nullptr;
     if (event->type() == QEvent::KeyPress &&
         (watched == _mainWindow.get() || (table && watched == table))) {
-        if (_handleKeyPress(static_cast<QKeyEvent*>(event)))
+        if (_handleKeyPress(watched, static_cast<QKeyEvent*>(event)))
             return true;
     }
-    if (table && watched == table->viewport() && event->type() == QEvent::MouseButtonDblClick) {
+    // Switched off, the table takes no input and activates nothing, yet its
+    // lists still open.
+    if (table && watched == table->viewport() && !table->isEnabled() &&
+        event->type() == QEvent::MouseButtonDblClick) {
         const auto* click = static_cast<QMouseEvent*>(event);
         if (click->button() == Qt::LeftButton) {
             _clickedRow = table->rowAt(int(click->position().y()));
             taskDoubleClickAction(table);
         }
-        return false; // the table still selects the row
     }
     if (watched == _mainWindow.get() && event->type() == QEvent::Paint && _statusMenuAwaitsPaint) {
         // Right after this paint has reached the screen.

@@ -214,13 +214,17 @@ public:
     // in the drag's order; other files are skipped. False when the source
     // doesn't allow copying or no file was handed over.
     bool acceptDrop(const QMimeData* data, Qt::DropActions sourceOperations);
+    // Files named when Dotwise was started: added as if dropped on the table.
+    void openFiles(const QStringList& paths);
     // Delete and Backspace: remove the selected task list while badging is on.
     void deleteBackward(QObject* sender);
     void deleteForward(QObject* sender);
-    // The table's double-click: opens the task list in the clicked row with
-    // the user's default application; a click below the rows opens nothing.
+    // The table's activation (a double or single click, as the desktop says,
+    // or Enter on the selected row): opens the task list in the activated row
+    // with the user's default application; a click below the rows opens
+    // nothing.
     void taskDoubleClickAction(QObject* sender);
-    // The row under the last double-click, -1 when it was below the rows.
+    // The row of the last activation, -1 before the first.
     int clickedRow() const { return _clickedRow; }
 
     // --- First-run example task lists ---------------------------------------
@@ -272,7 +276,7 @@ private:
     void _bringWindowForward();
     void _statusItemActivated(QSystemTrayIcon::ActivationReason reason);
     void _removeSelectedTaskList();
-    bool _handleKeyPress(QKeyEvent* event);
+    bool _handleKeyPress(QObject* watched, QKeyEvent* event);
     void _welcomeAlertDidEnd(LWAlert& alert, int returnCode);
     QIcon _menuBadgeIcon(int openTasks);
     static QIcon _statusIconTemplate();
@@ -315,6 +319,9 @@ private:
     std::deque<QString> _waitingStyleQuestions;
 
     int _clickedRow = -1;
+    // The Return key the table is opening a row with, on its way up to the
+    // window.
+    const QEvent* _keyOpeningRow = nullptr;
 
     int _watchListBatchDepth = 0;
     bool _watchListChangedInBatch = false;

@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QMainWindow>
+#include <QMimeData>
 #include <QPropertyAnimation>
 #include <QPushButton>
 #include <QSystemTrayIcon>
@@ -96,7 +97,18 @@ bool DotwiseAppDelegate::acceptDrop(const QMimeData* data, Qt::DropActions sourc
     return accepted;
 }
 
-bool DotwiseAppDelegate::_handleKeyPress(QKeyEvent* event) {
+void DotwiseAppDelegate::openFiles(const QStringList& paths) {
+    if (paths.isEmpty())
+        return;
+    QMimeData data;
+    QList<QUrl> urls;
+    for (const QString& path : paths)
+        urls.append(QUrl::fromLocalFile(path));
+    data.setUrls(urls);
+    acceptDrop(&data, Qt::CopyAction);
+}
+
+bool DotwiseAppDelegate::_handleKeyPress(QObject* watched, QKeyEvent* event) {
     if (event->modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier))
         return false;
     switch (event->key()) {
@@ -107,13 +119,28 @@ bool DotwiseAppDelegate::_handleKeyPress(QKeyEvent* event) {
         deleteForward(_mainWindow.get());
         return true;
     case Qt::Key_Return:
-    case Qt::Key_Enter:
-        // Hide/Quit is the window's default button.
+    case Qt::Key_Enter: {
+        // On the table's selected row Enter opens it: the table activates the
+        // row and then passes the key on to the window, which must not take
+        // it too.
+        QTableView* table = _ui->taskListsTableView;
+        if (watched != table && event == _keyOpeningRow) {
+            _keyOpeningRow = nullptr;
+            return true;
+        }
+        const QModelIndex current = table->currentIndex();
+        if (watched == table && current.isValid() &&
+            table->selectionModel()->isRowSelected(current.row())) {
+            _keyOpeningRow = event;
+            return false;
+        }
+        // Anywhere else, Hide/Quit is the window's default button.
         if (_ui->hideOrQuitButton->isEnabled() && _ui->hideOrQuitButton->isVisible()) {
             _ui->hideOrQuitButton->animateClick();
             return true;
         }
         return false;
+    }
     default:
         return false;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <functional>
 
@@ -13,8 +14,9 @@ struct DWDirectoryEvent {
     bool operator==(const DWDirectoryEvent&) const = default;
 };
 
-// A stream of changes in a fixed set of directories. Changes that arrive
-// within one latency window are folded into one batch, one event per
+// A stream of changes in a set of directories and their subdirectories, a
+// change reported with the path of the directory it happened in. Changes that
+// arrive within one latency window are folded into one batch, one event per
 // directory, in the order of their ids.
 //
 // A stream reports only changes that happen after start(). It reports on the
@@ -31,6 +33,12 @@ public:
 
     // Starts reporting; false when the stream cannot run on this thread.
     virtual bool start() = 0;
+    // Change the directories, running or not. Changes already seen in
+    // directories that stay are still reported; those of a directory that
+    // leaves are dropped. One at a time, so that neither side copies the set
+    // when thousands of directories are added at start-up.
+    virtual void addDirectory(const QString& directory) = 0;
+    virtual void removeDirectory(const QString& directory) = 0;
     // No callback comes after this returns, not even for changes already seen.
     virtual void stop() = 0;
     virtual bool isRunning() const = 0;

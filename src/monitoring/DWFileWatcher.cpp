@@ -2,9 +2,11 @@
 
 #include "logging/LWLogger.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <limits>
+#include <sys/stat.h>
 
 namespace {
 // Earlier than any date a file can have.
@@ -57,20 +59,15 @@ void DWFileWatcher::startWatchingFile(const QString& path) {
     if (path.isEmpty())
         return;
     const QString directory = parentDirectory(path);
-    _stopFileEventStream();
-    auto files = _filesByDirectory.find(directory);
-    if (files == _filesByDirectory.end()) {
+    if (!_filesByDirectory.contains(directory))
         DW_WATCHER_LOG("-[DWFileWatcher startWatchingFile:]",
                        QStringLiteral("Started to watch directory: %1").arg(directory));
-        _watchedDirectories.insert(directory);
-        files = _filesByDirectory.insert(directory, {});
-    }
     // Sets the date of a new file and resets that of a known one.
-    const qsizetype registeredBefore = _modificationDatesByFile.size();
+    if (!_modificationDatesByFile.contains(path))
+        _addFileToDirectory(path, directory);
     _modificationDatesByFile.insert(path, distantPast);
-    if (_modificationDatesByFile.size() != registeredBefore)
-        files->append(path);
-    _startFileEventStream();
+    _followTarget(path);
+    _updateFileEventStream();
     DW_WATCHER_LOG("-[DWFileWatcher startWatchingFile:]",
                    QStringLiteral("Started watching file: %1").arg(path));
 }
@@ -78,26 +75,81 @@ void DWFileWatcher::startWatchingFile(const QString& path) {
 void DWFileWatcher::stopWatchingFile(const QString& path) {
     if (path.isEmpty())
         return;
-    _stopFileEventStream();
     _modificationDatesByFile.remove(path);
+    if (const QString target = _targetDirectoryByFile.take(path); !target.isEmpty())
+        _removeFileFromDirectory(path, target);
     const QString directory = parentDirectory(path);
-    auto files = _filesByDirectory.find(directory);
-    if (files != _filesByDirectory.end()) {
-        files->removeOne(path);
-        if (!files->isEmpty()) {
-            DW_WATCHER_LOG(
-                "-[DWFileWatcher stopWatchingFile:]",
-                QStringLiteral("Won't remove directory '%1' from watch list, because still "
-                               "watching: %2")
-                    .arg(directory, *files->cbegin()));
-            _startFileEventStream();
-            return;
-        }
-        _filesByDirectory.erase(files);
+    _removeFileFromDirectory(path, directory);
+    if (const auto files = _filesByDirectory.constFind(directory);
+        files != _filesByDirectory.cend()) {
+        DW_WATCHER_LOG("-[DWFileWatcher stopWatchingFile:]",
+                       QStringLiteral("Won't remove directory '%1' from watch list, because still "
+                                      "watching: %2")
+                           .arg(directory, files->first()));
+    } else {
+        DW_WATCHER_LOG("-[DWFileWatcher stopWatchingFile:]",
+                       QStringLiteral("Stopped watching directory: %1").arg(directory));
     }
-    _watchedDirectories.remove(directory);
-    DW_WATCHER_LOG("-[DWFileWatcher stopWatchingFile:]",
-                   QStringLiteral("Stopped watching directory: %1").arg(directory));
+    _updateFileEventStream();
+}
+
+void DWFileWatcher::_addFileToDirectory(const QString& path, const QString& directory) {
+    // Callers add a file once per directory: as its parent when it is first
+    // registered, as its target's directory when that changes.
+    QStringList& files = _filesByDirectory[directory];
+    if (files.isEmpty()) {
+        _watchedDirectories.insert(directory);
+        QMutexLocker locker(&_streamLock);
+        if (_eventStream)
+            _eventStream->addDirectory(directory);
+    }
+    files.append(path);
+}
+
+void DWFileWatcher::_removeFileFromDirectory(const QString& path, const QString& directory) {
+    const auto files = _filesByDirectory.find(directory);
+    if (files == _filesByDirectory.end())
+        return;
+    files->removeOne(path);
+    if (files->isEmpty()) {
+        _filesByDirectory.erase(files);
+        _watchedDirectories.remove(directory);
+        QMutexLocker locker(&_streamLock);
+        if (_eventStream)
+            _eventStream->removeDirectory(directory);
+    }
+}
+
+bool DWFileWatcher::_followTarget(const QString& path) {
+    // Only a link in the last component: a linked folder is watched through
+    // its name, which the kernel follows. A plain lstat, as this runs for
+    // every registration and most files are no links.
+    struct stat status;
+    QString target;
+    if (::lstat(QFile::encodeName(path).constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+        const QString resolved = QFileInfo(path).canonicalFilePath();
+        if (!resolved.isEmpty() && parentDirectory(resolved) != parentDirectory(path))
+            target = parentDirectory(resolved);
+    }
+    const QString before = _targetDirectoryByFile.value(path);
+    if (target == before)
+        return false;
+    if (!before.isEmpty())
+        _removeFileFromDirectory(path, before);
+    if (target.isEmpty()) {
+        _targetDirectoryByFile.remove(path);
+    } else {
+        _targetDirectoryByFile.insert(path, target);
+        _addFileToDirectory(path, target);
+    }
+    return true;
+}
+
+void DWFileWatcher::_updateFileEventStream() {
+    // A running stream has followed every change of the set already.
+    if (isStreaming() && !_watchedDirectories.isEmpty())
+        return;
+    _stopFileEventStream();
     _startFileEventStream();
 }
 
@@ -115,8 +167,8 @@ void DWFileWatcher::_startFileEventStream() {
     QMutexLocker locker(&_streamLock);
     if (!_streamFactory)
         return;
-    // The stream keeps a copy of the set; it shares the data until the set
-    // changes, by which time this stream has been stopped and released.
+    // The stream starts with the set's data shared; the first directory
+    // added or removed afterwards gives each side its own copy, once.
     const QSet<QString> directories = _watchedDirectories;
     _eventStream = _streamFactory->createStream(
         directories, _latency, _lastEventId, [this](const QList<DWDirectoryEvent>& events) {
@@ -159,11 +211,14 @@ void DWFileWatcher::_handleDirectoryModification(const QString& path, quint64 ev
     if (!_watchedDirectories.contains(directory))
         return; // e.g. a subdirectory of a watched directory
     const QStringList files = _filesByDirectory.value(directory);
+    bool targetsMoved = false;
     for (const QString& file : files) {
         // A delegate may have unregistered this file while an earlier one was
         // reported; its date must not be stored again.
         if (!_modificationDatesByFile.contains(file))
             continue;
+        // A link may point somewhere else now.
+        targetsMoved |= _followTarget(file);
         if (!QFileInfo::exists(file)) {
             if (const auto deleted = _delegate.fileDeletedAtPath)
                 deleted(file);
@@ -172,6 +227,8 @@ void DWFileWatcher::_handleDirectoryModification(const QString& path, quint64 ev
                 modified(file);
         }
     }
+    if (targetsMoved)
+        _updateFileEventStream();
 }
 
 bool DWFileWatcher::_updateModificationDateIfNeeded(const QString& path) {

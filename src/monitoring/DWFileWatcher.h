@@ -17,6 +17,12 @@
 // looked at: a missing file is reported deleted, a file whose content
 // modification date moved forward is reported modified.
 //
+// A file that is a symbolic link changes where its target is: the target's
+// directory is watched too, and the file is reported by its listed path.
+// Registering and unregistering change the running stream's directories
+// rather than replacing the stream, so changes it has seen and not yet
+// reported are not lost.
+//
 // Registrations and reports live on the thread that registers files (the
 // main thread in the app); the delegate is told synchronously from inside
 // the stream's callback and may register or unregister files right there.
@@ -57,6 +63,14 @@ private:
     bool _updateModificationDateIfNeeded(const QString& path);
     void _startFileEventStream();
     void _stopFileEventStream();
+    // Starts a stream when none runs, stops it when nothing is left to watch.
+    void _updateFileEventStream();
+    // Files this directory holds; the directory joins the set, and the
+    // running stream, with the first and leaves with the last.
+    void _addFileToDirectory(const QString& path, const QString& directory);
+    void _removeFileFromDirectory(const QString& path, const QString& directory);
+    // Follows a link to where its target is now; true when that changed.
+    bool _followTarget(const QString& path);
     static bool _wantsDebugLines();
 
     DWFileWatcherDelegate _delegate;
@@ -68,8 +82,11 @@ private:
     QHash<QString, LWTimestamp> _modificationDatesByFile;
     // The registered files of each watched directory, in the order they were
     // registered, so that an event and an unregistration look only at the
-    // files of one directory.
+    // files of one directory. A link is listed under its own directory and
+    // under its target's.
     QHash<QString, QStringList> _filesByDirectory;
+    // The target's directory of each registered link that points elsewhere.
+    QHash<QString, QString> _targetDirectoryByFile;
     // Held while a stream is built or torn down, so that _eventStream is
     // never seen half made. Recursive: starting stops the old stream first.
     mutable QRecursiveMutex _streamLock;

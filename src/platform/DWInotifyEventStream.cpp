@@ -24,6 +24,20 @@ bool DWInotifyEventStream::start() {
     return _running;
 }
 
+void DWInotifyEventStream::addDirectory(const QString& directory) {
+    if (_running)
+        _factory->_addToStream(this, directory);
+    else
+        _directories.insert(directory);
+}
+
+void DWInotifyEventStream::removeDirectory(const QString& directory) {
+    if (_running)
+        _factory->_removeFromStream(this, directory);
+    else
+        _directories.remove(directory);
+}
+
 void DWInotifyEventStream::stop() {
     if (!_running)
         return;

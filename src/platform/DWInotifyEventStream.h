@@ -22,6 +22,8 @@ public:
     DWInotifyEventStream& operator=(const DWInotifyEventStream&) = delete;
 
     bool start() override;
+    void addDirectory(const QString& directory) override;
+    void removeDirectory(const QString& directory) override;
     void stop() override;
     bool isRunning() const override { return _running; }
 

@@ -3,14 +3,18 @@
 #include "logging/LWLogger.h"
 #include "platform/DWInotifyEventStream.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSocketNotifier>
 #include <QThread>
 #include <QTimerEvent>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <dirent.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -86,14 +90,46 @@ bool DWInotifyEventStreamFactory::_startStream(DWInotifyEventStream* stream) {
         return false;
     }
     // What is queued now happened before this stream started: hand it to the
-    // streams already running, not to this one. Within a burst of rebuilds,
-    // one read per millisecond is enough.
+    // streams already running, not to this one.
+    _drainBeforeChange();
+    _runningStreams.append(stream);
+    _placeWatches();
+    return true;
+}
+
+void DWInotifyEventStreamFactory::_addToStream(DWInotifyEventStream* stream,
+                                               const QString& directory) {
+    // What is queued now happened in the directories as they were.
+    _drainBeforeChange();
+    stream->_directories.insert(directory);
+    _placeWatches();
+}
+
+void DWInotifyEventStreamFactory::_removeFromStream(DWInotifyEventStream* stream,
+                                                    const QString& directory) {
+    _drainBeforeChange();
+    stream->_directories.remove(directory);
+    for (auto it = stream->_pendingEventIds.begin(); it != stream->_pendingEventIds.end();) {
+        if (stream->_directories.contains(it.key()) ||
+            _hasWantedAncestor(it.key(), stream->_directories))
+            ++it;
+        else
+            it = stream->_pendingEventIds.erase(it);
+    }
+    // The watch goes when the event loop comes round, as after a stop.
+    _scheduleReconcile();
+}
+
+void DWInotifyEventStreamFactory::_drainBeforeChange() {
+    // Within a burst of changes, one read per millisecond is enough.
     if (!_watchDescriptorsByPath.isEmpty() &&
         (!_startedThisTurn || _sinceLastDrain.hasExpired(1))) {
         _readEvents();
         _sinceLastDrain.start();
     }
-    _runningStreams.append(stream);
+}
+
+void DWInotifyEventStreamFactory::_placeWatches() {
     // Placing watches at once means looking up every wanted directory. That
     // is cheap for one stream, but a watcher registering thousands of files
     // in one go rebuilds thousands of streams: past a budget of look-ups per
@@ -107,7 +143,6 @@ bool DWInotifyEventStreamFactory::_startStream(DWInotifyEventStream* stream) {
         _reconcileWatches();
     }
     _scheduleReconcile();
-    return true;
 }
 
 void DWInotifyEventStreamFactory::_stopStream(DWInotifyEventStream* stream) {
@@ -147,36 +182,138 @@ void DWInotifyEventStreamFactory::_reconcileWatches() {
 
     // Removals first, so that additions find room under the kernel's limit.
     QStringList unwanted;
-    for (auto it = _watchDescriptorsByPath.cbegin(); it != _watchDescriptorsByPath.cend(); ++it)
-        if (!wanted.contains(it.key()))
-            unwanted.append(it.key());
+    for (auto it = _watchDescriptorsByPath.cbegin(); it != _watchDescriptorsByPath.cend(); ++it) {
+        if (wanted.contains(it.key()))
+            continue;
+        if (_subdirectories.contains(it.key()) && _hasWantedAncestor(it.key(), wanted))
+            continue;
+        unwanted.append(it.key());
+    }
     for (const QString& directory : std::as_const(unwanted))
         _removeWatch(directory);
-    for (const QString& directory : std::as_const(wanted))
-        if (!_watchDescriptorsByPath.contains(directory))
-            _addWatch(directory);
+    for (auto it = _lostDirectories.begin(); it != _lostDirectories.end();)
+        it = wanted.contains(*it) ? std::next(it) : _lostDirectories.erase(it);
+    for (const QString& directory : std::as_const(wanted)) {
+        if (!_watchDescriptorsByPath.contains(directory) && _addWatch(directory))
+            _watchSubdirectories(directory);
+    }
+    if (!_lostDirectories.isEmpty())
+        _scheduleRetry();
 }
 
-void DWInotifyEventStreamFactory::_addWatch(const QString& directory) {
+bool DWInotifyEventStreamFactory::_isWanted(const QString& directory) const {
+    for (const DWInotifyEventStream* stream : std::as_const(_runningStreams))
+        if (stream->directories().contains(directory))
+            return true;
+    return false;
+}
+
+bool DWInotifyEventStreamFactory::_hasWantedAncestor(const QString& directory,
+                                                     const QSet<QString>& wanted) const {
+    for (qsizetype slash = directory.lastIndexOf(QLatin1Char('/')); slash >= 0;
+         slash = directory.lastIndexOf(QLatin1Char('/'), slash - 1)) {
+        if (wanted.contains(slash ? directory.left(slash) : QStringLiteral("/")))
+            return true;
+        if (slash == 0)
+            break;
+    }
+    return false;
+}
+
+void DWInotifyEventStreamFactory::_watchSubdirectories(const QString& directory) {
+    const QByteArray path = QFile::encodeName(directory);
+    // Most folders with task lists have no subfolders, and on most file
+    // systems a link count of 2 (its name and its ".") says so without
+    // reading the folder.
+    struct stat status;
+    if (::stat(path.constData(), &status) != 0 || status.st_nlink == 2)
+        return;
+    DIR* folder = ::opendir(path.constData());
+    if (!folder)
+        return;
+    QStringList subdirectories;
+    while (const dirent* entry = ::readdir(folder)) {
+        // Links are not followed: a link to a folder higher up would loop.
+        if (entry->d_type != DT_DIR && entry->d_type != DT_UNKNOWN)
+            continue;
+        if (!std::strcmp(entry->d_name, ".") || !std::strcmp(entry->d_name, ".."))
+            continue;
+        const QString subdirectory =
+            (directory == QLatin1String("/") ? directory : directory + u'/') +
+            QFile::decodeName(entry->d_name);
+        if (entry->d_type == DT_UNKNOWN && !QFileInfo(subdirectory).isDir())
+            continue;
+        subdirectories.append(subdirectory);
+    }
+    ::closedir(folder);
+    for (const QString& subdirectory : std::as_const(subdirectories)) {
+        if (_watchDescriptorsByPath.contains(subdirectory))
+            continue;
+        if (_subdirectories.size() >= maxSubdirectoryWatches) {
+            if (!_warnedAboutSubdirectories) {
+                _warnedAboutSubdirectories = true;
+                LW_LOG(1, "-[DWInotifyEventStreamFactory _watchSubdirectories:]",
+                       QStringLiteral("Watching no more than %1 subdirectories; changes in "
+                                      "others below %2 are not reported")
+                           .arg(maxSubdirectoryWatches)
+                           .arg(directory));
+            }
+            return;
+        }
+        if (_addWatch(subdirectory, true))
+            _watchSubdirectories(subdirectory);
+    }
+}
+
+void DWInotifyEventStreamFactory::_retryLostDirectories() {
+    // Only wanted directories are kept as lost (reconciling forgets the
+    // others), so this is all a retry needs to look at.
+    const QSet<QString> lost = _lostDirectories;
+    for (const QString& directory : lost) {
+        if (_addWatch(directory))
+            _watchSubdirectories(directory);
+    }
+    if (!_lostDirectories.isEmpty())
+        _scheduleRetry();
+}
+
+void DWInotifyEventStreamFactory::_scheduleRetry() {
+    if (!_retryTimerId)
+        _retryTimerId = startTimer(retryInterval);
+}
+
+bool DWInotifyEventStreamFactory::_addWatch(const QString& directory, bool isSubdirectory) {
     ++_watchAdditions;
     const int descriptor =
         inotify_add_watch(_fd, QFile::encodeName(directory).constData(), watchMask);
     if (descriptor < 0) {
         const int error = errno;
-        if (!_failedDirectories.contains(directory)) {
+        // Subdirectories out of reach are many and not asked for; a lost
+        // directory was reported already.
+        if (!isSubdirectory && !_lostDirectories.contains(directory) &&
+            !_failedDirectories.contains(directory)) {
             _failedDirectories.insert(directory);
             LW_LOG(1, "-[DWInotifyEventStreamFactory _addWatch:]",
                    QStringLiteral("Could not watch directory %1: %2")
                        .arg(directory, reasonForWatchError(error)));
         }
-        return;
+        return false;
     }
     _failedDirectories.remove(directory);
     _watchDescriptorsByPath.insert(directory, descriptor);
     _pathsByWatchDescriptor[descriptor].append(directory);
+    if (isSubdirectory)
+        _subdirectories.insert(directory);
+    // Back after it went: whatever happened meanwhile counts as a change.
+    if (_lostDirectories.remove(directory)) {
+        _noteChange(directory);
+        _armTimers();
+    }
+    return true;
 }
 
 void DWInotifyEventStreamFactory::_removeWatch(const QString& directory) {
+    _subdirectories.remove(directory);
     const auto found = _watchDescriptorsByPath.constFind(directory);
     if (found == _watchDescriptorsByPath.cend())
         return;
@@ -206,14 +343,19 @@ void DWInotifyEventStreamFactory::_readEvents() {
         for (ssize_t offset = 0; offset + ssize_t(sizeof(inotify_event)) <= length;) {
             inotify_event header;
             std::memcpy(&header, buffer + offset, sizeof header);
-            _handleEvent(header.wd, header.mask);
+            // The name is padded with NULs; only directories need it.
+            QString name;
+            if ((header.mask & IN_ISDIR) && header.len)
+                name = QFile::decodeName(buffer + offset + sizeof header);
+            _handleEvent(header.wd, header.mask, name);
             offset += ssize_t(sizeof header) + ssize_t(header.len);
         }
     }
     _armTimers();
 }
 
-void DWInotifyEventStreamFactory::_handleEvent(int watchDescriptor, quint32 mask) {
+void DWInotifyEventStreamFactory::_handleEvent(int watchDescriptor, quint32 mask,
+                                               const QString& name) {
     if (mask & IN_Q_OVERFLOW) {
         // Events were lost: any directory may have changed.
         for (DWInotifyEventStream* stream : std::as_const(_runningStreams))
@@ -226,27 +368,49 @@ void DWInotifyEventStreamFactory::_handleEvent(int watchDescriptor, quint32 mask
         return; // a watch given up already
     if (mask & IN_IGNORED) {
         // The kernel dropped the watch (directory deleted or unmounted, after
-        // its own event). Still wanted directories are tried again at the
-        // next reconcile.
-        for (const QString& path : paths)
-            _watchDescriptorsByPath.remove(path);
+        // its own event). A wanted directory is looked for until it is back.
         _pathsByWatchDescriptor.remove(watchDescriptor);
+        for (const QString& path : paths) {
+            _watchDescriptorsByPath.remove(path);
+            _subdirectories.remove(path);
+            if (_isWanted(path))
+                _lostDirectories.insert(path);
+        }
+        if (!_lostDirectories.isEmpty())
+            _scheduleRetry();
         return;
     }
     for (const QString& path : paths)
         _noteChange(path);
+    if ((mask & IN_ISDIR) && (mask & (IN_CREATE | IN_MOVED_TO)) && !name.isEmpty()) {
+        // A new subdirectory: watched with what it holds already.
+        for (const QString& path : paths) {
+            const QString subdirectory =
+                (path == QLatin1String("/") ? path : path + QLatin1Char('/')) + name;
+            if (!_watchDescriptorsByPath.contains(subdirectory) &&
+                _subdirectories.size() < maxSubdirectoryWatches && _addWatch(subdirectory, true))
+                _watchSubdirectories(subdirectory);
+        }
+    }
     if (mask & IN_MOVE_SELF) {
         // The watch would follow the directory to its new name and report it
-        // under the old one; drop it and look at the old name again later.
-        for (const QString& path : paths)
+        // under the old one; drop it and look for the old name again.
+        for (const QString& path : paths) {
             _removeWatch(path);
+            if (_isWanted(path))
+                _lostDirectories.insert(path);
+        }
+        if (!_lostDirectories.isEmpty())
+            _scheduleRetry();
     }
 }
 
 void DWInotifyEventStreamFactory::_noteChange(const QString& directory) {
     quint64 eventId = 0;
     for (DWInotifyEventStream* stream : std::as_const(_runningStreams)) {
-        if (!stream->directories().contains(directory))
+        if (!stream->directories().contains(directory) &&
+            !(_subdirectories.contains(directory) &&
+              _hasWantedAncestor(directory, stream->directories())))
             continue;
         if (!eventId)
             eventId = ++_lastEventId;
@@ -265,6 +429,12 @@ void DWInotifyEventStreamFactory::_armTimers() {
 
 void DWInotifyEventStreamFactory::timerEvent(QTimerEvent* event) {
     const int timerId = event->timerId();
+    if (timerId == _retryTimerId) {
+        killTimer(_retryTimerId);
+        _retryTimerId = 0;
+        _retryLostDirectories();
+        return;
+    }
     DWInotifyEventStream* stream = _streamsByTimer.value(timerId);
     if (!stream) {
         killTimer(timerId);
@@ -273,6 +443,9 @@ void DWInotifyEventStreamFactory::timerEvent(QTimerEvent* event) {
     // Changes still queued in the kernel belong to this window too. The
     // stream keeps its timer meanwhile, so it isn't armed a second time.
     _readEvents();
+    // A directory that went and came back within the window is watched
+    // again before its files are looked at.
+    _retryLostDirectories();
     killTimer(timerId);
     _streamsByTimer.remove(timerId);
     stream->_timerId = 0;

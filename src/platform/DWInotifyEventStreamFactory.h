@@ -30,13 +30,17 @@ class QSocketNotifier;
 //
 // What is reported: writes, truncation, creation, deletion and renames in a
 // watched directory (every way an editor saves), and the deletion, move or
-// unmounting of a watched directory itself, reported with its own path. Not
-// reported: attribute-only changes (permissions, dates, extended
-// attributes), so setting a file's date or icon makes no event; and changes
-// inside subdirectories, which would need a watch per subdirectory. A queue
-// overflow reports every directory of every running stream. A directory that
-// can't be watched (missing, not a directory, no permission, the kernel's
-// watch limit) is logged once as a warning; the others keep working.
+// unmounting of a watched directory itself, reported with its own path.
+// Changes inside subdirectories are reported with the subdirectory's path:
+// each subdirectory gets a watch of its own, up to a limit, so that the
+// kernel's watches are not used up by one large tree. Not reported:
+// attribute-only changes (permissions, dates, extended attributes), so
+// setting a file's date or icon makes no event. A queue overflow reports
+// every directory of every running stream. A directory that can't be watched
+// (missing, not a directory, no permission, the kernel's watch limit) is
+// logged once as a warning; the others keep working. A watched directory
+// that goes away is looked for again every second, and once it is back it
+// is watched and reported as changed.
 class DWInotifyEventStreamFactory final
     : public QObject,
       public DWDirectoryEventStreamFactory,
@@ -71,14 +75,23 @@ private:
     DWInotifyEventStreamFactory();
 
     bool _startStream(DWInotifyEventStream* stream);
+    void _addToStream(DWInotifyEventStream* stream, const QString& directory);
+    void _removeFromStream(DWInotifyEventStream* stream, const QString& directory);
+    void _drainBeforeChange();
+    void _placeWatches();
+    bool _isWanted(const QString& directory) const;
+    bool _hasWantedAncestor(const QString& directory, const QSet<QString>& wanted) const;
+    void _watchSubdirectories(const QString& directory);
+    void _retryLostDirectories();
+    void _scheduleRetry();
     void _stopStream(DWInotifyEventStream* stream);
     bool _openInstance();
     void _scheduleReconcile();
     void _reconcileWatches();
-    void _addWatch(const QString& directory);
+    bool _addWatch(const QString& directory, bool isSubdirectory = false);
     void _removeWatch(const QString& directory);
     void _readEvents();
-    void _handleEvent(int watchDescriptor, quint32 mask);
+    void _handleEvent(int watchDescriptor, quint32 mask, const QString& name);
     void _noteChange(const QString& directory);
     void _armTimers();
 
@@ -95,6 +108,15 @@ private:
     // Directories whose watch failed, so that a directory that stays out of
     // reach is logged once, not at every rebuild. Forgotten when it works.
     QSet<QString> _failedDirectories;
+    // Watched because they lie inside a wanted directory.
+    QSet<QString> _subdirectories;
+    static constexpr qsizetype maxSubdirectoryWatches = 4096;
+    bool _warnedAboutSubdirectories = false;
+    // Wanted directories whose watch went with them (deleted, moved,
+    // unmounted), looked for again until they are back or unwanted.
+    QSet<QString> _lostDirectories;
+    int _retryTimerId = 0;
+    static constexpr int retryInterval = 1000;
     bool _reconcileScheduled = false;
     bool _startedThisTurn = false;
     static constexpr qsizetype synchronousLookupsPerTurn = 4096;

@@ -14,8 +14,9 @@ TEST_F(ControllerTest, ASecondStartBringsTheRunningWindowForward) {
     DWSingleInstance instance(runtime.path(), LWBundle::mainBundle().bundleIdentifier());
     ASSERT_TRUE(instance.claim());
     DotwiseAppDelegate& app = start(true);
-    QObject::connect(&instance, &DWSingleInstance::reopenRequested, &app,
-                     [&app] { app.applicationShouldHandleReopen(); });
+    QObject::connect(
+        &instance, &DWSingleInstance::reopenRequested, &app,
+        [&app](const DWSingleInstance::Launch&) { app.applicationShouldHandleReopen(); });
     app.mainWindow()->hide();
 
     QProcess second;
@@ -30,4 +31,52 @@ TEST_F(ControllerTest, ASecondStartBringsTheRunningWindowForward) {
     EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().toStdString();
     EXPECT_TRUE(app.mainWindow()->isVisible());
+}
+
+// "dotwise FILE..." from a launcher: the running copy gets the files, added as
+// a drop adds them, and the launcher's tokens to come forward with.
+TEST_F(ControllerTest, ASecondStartHandsOverItsFilesAndLaunchTokens) {
+    QTemporaryDir runtime;
+    QFile::setPermissions(runtime.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    DWSingleInstance instance(runtime.path(), LWBundle::mainBundle().bundleIdentifier());
+    ASSERT_TRUE(instance.claim());
+    DotwiseAppDelegate& app = start(true);
+    QList<DWSingleInstance::Launch> launches;
+    QObject::connect(&instance, &DWSingleInstance::reopenRequested, &app,
+                     [&](const DWSingleInstance::Launch& launch) {
+                         launches.append(launch);
+                         app.openFiles(launch.files);
+                     });
+    const QString notes = makeFile(u"notes.md"_s, "- [ ] a\n");
+    const QString line = makeFile(u"odd\nname.md"_s, "- [ ] b\n");
+    const QString image = makeFile(u"photo.png"_s, "\x89PNG\r\n");
+
+    const auto run = [&](const QStringList& arguments, int expectedStatus) {
+        QProcess second;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"XDG_RUNTIME_DIR"_s, runtime.path());
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        environment.insert(u"XDG_ACTIVATION_TOKEN"_s, u"wayland-token"_s);
+        environment.insert(u"DESKTOP_STARTUP_ID"_s, u"launcher-1_TIME42"_s);
+        second.setProcessEnvironment(environment);
+        second.setWorkingDirectory(folder);
+        second.start(QStringLiteral(DW_DOTWISE_BINARY), arguments);
+        EXPECT_TRUE(second.waitForStarted(5000));
+        EXPECT_TRUE(
+            dwtest::waitUntil([&] { return second.state() == QProcess::NotRunning; }, 20000));
+        EXPECT_EQ(second.exitCode(), expectedStatus);
+        return QString::fromLocal8Bit(second.readAllStandardError());
+    };
+
+    const QString errors = run({u"notes.md"_s, u"missing.md"_s, line, image}, 0);
+    EXPECT_TRUE(errors.contains(u"missing.md: no such file"_s)) << errors.toStdString();
+    ASSERT_EQ(launches.size(), 1);
+    EXPECT_EQ(launches[0], (DWSingleInstance::Launch{
+                               {notes, line, image}, u"wayland-token"_s, u"launcher-1_TIME42"_s}));
+    EXPECT_EQ(listedPaths(), (QStringList{notes, line}));
+
+    const QString usage = run({u"--bogus"_s, u"notes.md"_s}, 2);
+    EXPECT_TRUE(usage.startsWith(u"dotwise: unknown option '--bogus'\nUsage: dotwise"_s))
+        << usage.toStdString();
+    EXPECT_EQ(launches.size(), 1);
 }

@@ -11,7 +11,7 @@ TEST(SingleInstance, TheSessionIsHeldUntilTheRunningCopyEnds) {
     QTemporaryDir runtime;
     const QString name = u"org.example.Probe"_s;
     DWSingleInstance later(runtime.path(), name);
-    EXPECT_FALSE(later.handOver(300)); // nobody runs yet
+    EXPECT_FALSE(later.handOver({}, 300)); // nobody runs yet
     {
         DWSingleInstance first(runtime.path(), name);
         ASSERT_TRUE(first.claim());

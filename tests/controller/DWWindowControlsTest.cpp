@@ -12,7 +12,9 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QMimeData>
+#include <QProxyStyle>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QStandardPaths>
 #include <QSystemTrayIcon>
 #include <QTableView>
@@ -140,6 +142,76 @@ TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListOnlyWhileOnAndDoubleCl
     QTest::mouseDClick(table()->viewport(), Qt::LeftButton, {}, row.center());
     EXPECT_EQ(app.clickedRow(), 0);
     EXPECT_EQ(workspace.openedFiles(), QStringList{c});
+}
+
+// Badge updates refresh the table while the user works in it.
+TEST_F(WindowControlsTest, UpdatesKeepTheSelectionAndScrollAndNewRowsComeIntoView) {
+    QStringList paths;
+    for (int i = 0; i < 30; ++i)
+        paths.append(makeFile(u"list%1.md"_s.arg(i), "- [ ] one\n"));
+    saveTaskLists(paths);
+    DotwiseAppDelegate& app = start(true);
+    app.waitUntilBadgeUpdatesFinish();
+    app.mainWindow()->resize(560, 420);
+    dwtest::processEventsFor(20);
+    table()->selectRow(20);
+    table()->scrollTo(app.taskListsModel()->index(20, 0));
+    const int scrolled = table()->verticalScrollBar()->value();
+    ASSERT_GT(scrolled, 0);
+
+    for (int burst = 0; burst < 3; ++burst) {
+        for (const QString& path : paths)
+            dwtest::writeFile(path, QByteArray("- [ ] one\n").repeated(burst + 2));
+        for (const auto& taskList : app.taskLists())
+            app.updateBadgeAsync(taskList, true);
+        app.waitUntilBadgeUpdatesFinish();
+    }
+    EXPECT_EQ(openTasksColumn().value(29), u"4"_s);
+    EXPECT_EQ(table()->verticalScrollBar()->value(), scrolled);
+    QTest::keyClick(table(), Qt::Key_Delete);
+    EXPECT_FALSE(listedPaths().contains(paths[20]));
+    EXPECT_EQ(listedPaths().size(), 29);
+
+    table()->scrollToTop();
+    app.addFileToWatchList(makeFile(u"new.md"_s, "- [ ] one\n"));
+    const QRect added = table()->visualRect(app.taskListsModel()->index(29, 0));
+    EXPECT_TRUE(table()->viewport()->rect().contains(added)) << added.y();
+}
+
+namespace {
+// A desktop that opens items with one click.
+class SingleClickStyle : public QProxyStyle {
+public:
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* returned) const override {
+        if (hint == SH_ItemView_ActivateItemOnSingleClick)
+            return 1;
+        return QProxyStyle::styleHint(hint, option, widget, returned);
+    }
+};
+} // namespace
+
+TEST_F(WindowControlsTest, RowsOpenAsTheDesktopActivatesThemAndWithEnter) {
+    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
+    const QString b = makeFile(u"b.md"_s, "- [ ] two\n");
+    saveTaskLists({a, b});
+    DotwiseAppDelegate& app = start(true);
+    app.mainWindow()->resize(560, 480);
+    dwtest::processEventsFor(20);
+
+    table()->selectRow(1);
+    QTest::keyClick(table(), Qt::Key_Return);
+    EXPECT_EQ(workspace.openedFiles(), QStringList{b});
+    EXPECT_TRUE(app.mainWindow()->isVisible()); // not the Hide button's Return
+    EXPECT_EQ(app.clickedRow(), 1);
+
+    SingleClickStyle style;
+    table()->setStyle(&style);
+    const QRect first = table()->visualRect(app.taskListsModel()->index(0, 0));
+    QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, first.center());
+    QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, first.center() + QPoint(0, 80));
+    EXPECT_EQ(workspace.openedFiles(), (QStringList{b, a}));
+    table()->setStyle(nullptr);
 }
 
 TEST_F(WindowControlsTest, KnobIsPlacedAtOnceAtStartAndSlidesOnAClick) {

@@ -16,7 +16,7 @@
 #include "foundation/LWPreferences.h"
 #include "model/DWTaskList.h"
 #include "model/DWTaskRuleSet.h"
-#include "platform/LaunchAtLoginController.h"
+#include "platform/DWAutostartLaunchAtLoginController.h"
 #include "ui_DWMainWindow.h"
 
 #include <QApplication>
@@ -66,7 +66,7 @@ int setLaunchAtLogin(const QString& program, const QString& state) {
     if (state != QLatin1String("on") && state != QLatin1String("off"))
         return fail(QStringLiteral("launch-at-login wants on or off, not '%1'").arg(state));
     const QUrl url = QUrl::fromLocalFile(QFileInfo(program).canonicalFilePath());
-    LaunchAtLoginController controller;
+    DWAutostartLaunchAtLoginController controller;
     controller.setLaunchAtLogin(url, state == QLatin1String("on"));
     if (controller.willLaunchAtLogin(url) != (state == QLatin1String("on")))
         return fail(

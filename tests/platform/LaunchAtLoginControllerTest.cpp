@@ -1,7 +1,6 @@
-#include "platform/LaunchAtLoginController.h"
-
 #include "foundation/LWBundle.h"
 #include "foundation/LWPreferences.h"
+#include "platform/DWAutostartLaunchAtLoginController.h"
 #include "platform/DWDesktopEntry.h"
 #include "platform/DummyLaunchAtLoginController.h"
 #include "support/TestEnvironment.h"
@@ -34,9 +33,9 @@ protected:
     }
 
     const QString program = QCoreApplication::applicationFilePath();
-    const QString autostart = LaunchAtLoginController::autostartDirectory();
+    const QString autostart = DWAutostartLaunchAtLoginController::autostartDirectory();
     const QString ownName = u"org.wrenfield.Dotwise.desktop"_s;
-    LaunchAtLoginController controller;
+    DWAutostartLaunchAtLoginController controller;
     QList<bool> announced;
 };
 } // namespace
@@ -128,7 +127,7 @@ TEST_F(LaunchAtLogin, AnUnwritableAutostartFolderReadsAsOff) {
 }
 
 TEST(DummyLaunchAtLogin, KeepsItsFlagInThePreferencesAndLeavesAutostartAlone) {
-    const QString autostart = LaunchAtLoginController::autostartDirectory();
+    const QString autostart = DWAutostartLaunchAtLoginController::autostartDirectory();
     QDir(autostart).removeRecursively();
     LWPreferences::standard().removeObject(u"ptlalFlag"_s);
     EXPECT_FALSE(DummyLaunchAtLoginController().launchAtLogin());

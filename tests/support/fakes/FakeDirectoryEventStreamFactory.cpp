@@ -41,6 +41,10 @@ public:
             ++_state->stopped;
         }
     }
+    void addDirectory(const QString& directory) override { _stream->directories.insert(directory); }
+    void removeDirectory(const QString& directory) override {
+        _stream->directories.remove(directory);
+    }
     bool isRunning() const override { return _state->running.contains(_stream); }
 
 private:

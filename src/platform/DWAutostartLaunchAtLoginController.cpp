@@ -1,9 +1,8 @@
-#include "platform/LaunchAtLoginController.h"
+#include "platform/DWAutostartLaunchAtLoginController.h"
 
 #include "foundation/LWBundle.h"
 #include "platform/DWDesktopEntry.h"
 
-#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
@@ -48,7 +47,7 @@ struct AutostartEntry {
 QList<AutostartEntry> autostartEntries(const QUrl& appURL) {
     const QString program = QFileInfo(appURL.toLocalFile()).canonicalFilePath();
     QList<AutostartEntry> entries;
-    const QDir folder(LaunchAtLoginController::autostartDirectory());
+    const QDir folder(DWAutostartLaunchAtLoginController::autostartDirectory());
     const QStringList names =
         folder.entryList({QStringLiteral("*.desktop")}, QDir::Files | QDir::Readable, QDir::Name);
     for (const QString& name : names) {
@@ -86,33 +85,7 @@ DWDesktopEntry newAutostartEntry(const QString& program) {
 }
 } // namespace
 
-LaunchAtLoginController::LaunchAtLoginController(QObject* parent) : QObject(parent) {}
-
-LaunchAtLoginController::~LaunchAtLoginController() = default;
-
-QUrl LaunchAtLoginController::appURL() const {
-    // An AppImage runs from a temporary mount; the image itself is what to start.
-    const QString appImage = qEnvironmentVariable("APPIMAGE");
-    if (!appImage.isEmpty())
-        return QUrl::fromLocalFile(appImage);
-    QString executable;
-    if (QCoreApplication::instance())
-        executable = QCoreApplication::applicationFilePath();
-    if (executable.isEmpty())
-        executable = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
-    return QUrl::fromLocalFile(executable);
-}
-
-bool LaunchAtLoginController::launchAtLogin() const {
-    return willLaunchAtLogin(appURL());
-}
-
-void LaunchAtLoginController::setLaunchAtLogin(bool launchAtLogin) {
-    setLaunchAtLogin(appURL(), launchAtLogin);
-    emit launchAtLoginChanged(this->launchAtLogin());
-}
-
-bool LaunchAtLoginController::willLaunchAtLogin(const QUrl& appURL) const {
+bool DWAutostartLaunchAtLoginController::willLaunchAtLogin(const QUrl& appURL) const {
     for (const AutostartEntry& entry : autostartEntries(appURL)) {
         if (entry.counts)
             return true;
@@ -120,7 +93,7 @@ bool LaunchAtLoginController::willLaunchAtLogin(const QUrl& appURL) const {
     return false;
 }
 
-void LaunchAtLoginController::setLaunchAtLogin(const QUrl& appURL, bool enabled) {
+void DWAutostartLaunchAtLoginController::setLaunchAtLogin(const QUrl& appURL, bool enabled) {
     const QString program = appURL.toLocalFile();
     if (program.isEmpty())
         return;
@@ -157,7 +130,7 @@ void LaunchAtLoginController::setLaunchAtLogin(const QUrl& appURL, bool enabled)
     newAutostartEntry(program).save(path);
 }
 
-QString LaunchAtLoginController::autostartDirectory() {
+QString DWAutostartLaunchAtLoginController::autostartDirectory() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
            QStringLiteral("/autostart");
 }
