@@ -13,7 +13,7 @@ codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
 packages=(
   build-essential cmake ninja-build ccache pkg-config clang clang-format
   qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-svg-dev
-  qt6-qpa-plugins libgl-dev libglib2.0-dev libglib2.0-bin
+  qt6-qpa-plugins libgl-dev libglib2.0-dev libglib2.0-bin libxcb1-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   shared-mime-info hicolor-icon-theme adwaita-icon-theme fonts-dejavu-core
   dbus dbus-x11 gvfs gvfs-daemons xvfb xauth xdotool imagemagick x11-utils ed vim
