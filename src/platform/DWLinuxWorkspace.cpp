@@ -30,10 +30,12 @@
 #include <fcntl.h>
 #include <mutex>
 #include <sys/stat.h>
+#include <vector>
 
 namespace {
 const QList<int> iconPointSizes = {16, 32, 128, 256, 512};
 const char* const customIconAttribute = "metadata::custom-icon";
+const char* const emblemsAttribute = "metadata::emblems";
 const QString bundledIconPath = QStringLiteral(":/platform/generic-document.svg");
 
 LWIconImage bundledDocumentIcon() {
@@ -65,6 +67,13 @@ bool touchWithoutChangingDates(const QString& path) {
     if (info.stx_mask & STATX_ATIME)
         times[0] = {info.stx_atime.tv_sec, long(info.stx_atime.tv_nsec)};
     return utimensat(AT_FDCWD, name.constData(), times, 0) == 0;
+}
+
+QString takeErrorMessage(GError*& error) {
+    const QString reason =
+        error ? QString::fromUtf8(error->message) : QStringLiteral("unknown error");
+    g_clear_error(&error);
+    return reason;
 }
 
 struct GObjectDeleter {
@@ -267,18 +276,7 @@ bool DWLinuxWorkspace::setIcon(const LWIconImage& icon, const QString& path) {
                                            G_FILE_QUERY_INFO_NONE, nullptr, &error);
     }
     if (!done) {
-        const QString reason =
-            error ? QString::fromUtf8(error->message) : QStringLiteral("unknown error");
-        g_clear_error(&error);
-        if (!_warnedAboutMetadata.exchange(true))
-            LW_LOG(1, "-[DWLinuxWorkspace setIcon:forFile:]",
-                   QStringLiteral("Can't set custom file icons, so the file manager shows no "
-                                  "badges (%1). They need a D-Bus session with the gvfs "
-                                  "metadata service.")
-                       .arg(reason));
-        else
-            LW_LOG(3, "-[DWLinuxWorkspace setIcon:forFile:]",
-                   QStringLiteral("Custom icon not changed on %1: %2").arg(path, reason));
+        reportMetadataFailure(takeErrorMessage(error), path);
         if (!iconFile.isEmpty())
             QFile::remove(iconFile);
         return false;
@@ -286,6 +284,58 @@ bool DWLinuxWorkspace::setIcon(const LWIconImage& icon, const QString& path) {
     removeCachedIcons(prefix, iconFile);
     touchWithoutChangingDates(path);
     return true;
+}
+
+bool DWLinuxWorkspace::replaceEmblem(const QString& path, const QString& ownPrefix,
+                                     const QString& name) {
+    if (path.isEmpty() || !QFileInfo::exists(path))
+        return false;
+    GFilePointer file(g_file_new_for_path(QFile::encodeName(path).constData()));
+    GError* error = nullptr;
+    const MetadataWriteScope scope;
+    // The user's own emblems stay.
+    QList<QByteArray> emblems;
+    if (GFileInfo* info = g_file_query_info(file.get(), emblemsAttribute, G_FILE_QUERY_INFO_NONE,
+                                            nullptr, nullptr)) {
+        if (char** names = g_file_info_get_attribute_stringv(info, emblemsAttribute)) {
+            for (char** each = names; *each; ++each) {
+                if (!QString::fromUtf8(*each).startsWith(ownPrefix))
+                    emblems.append(QByteArray(*each));
+            }
+        }
+        g_object_unref(info);
+    }
+    if (!name.isEmpty())
+        emblems.append(name.toUtf8());
+    gboolean done;
+    if (emblems.isEmpty()) {
+        done = g_file_set_attribute(file.get(), emblemsAttribute, G_FILE_ATTRIBUTE_TYPE_INVALID,
+                                    nullptr, G_FILE_QUERY_INFO_NONE, nullptr, &error);
+    } else {
+        std::vector<char*> names;
+        for (QByteArray& emblem : emblems)
+            names.push_back(emblem.data());
+        names.push_back(nullptr);
+        done = g_file_set_attribute(file.get(), emblemsAttribute, G_FILE_ATTRIBUTE_TYPE_STRINGV,
+                                    names.data(), G_FILE_QUERY_INFO_NONE, nullptr, &error);
+    }
+    if (!done)
+        return reportMetadataFailure(takeErrorMessage(error), path);
+    touchWithoutChangingDates(path);
+    return true;
+}
+
+bool DWLinuxWorkspace::reportMetadataFailure(const QString& reason, const QString& path) {
+    if (!_warnedAboutMetadata.exchange(true))
+        LW_LOG(1, "-[DWLinuxWorkspace setIcon:forFile:]",
+               QStringLiteral("Can't set custom file icons, so the file manager shows no "
+                              "badges (%1). They need a D-Bus session with the gvfs "
+                              "metadata service.")
+                   .arg(reason));
+    else
+        LW_LOG(3, "-[DWLinuxWorkspace setIcon:forFile:]",
+               QStringLiteral("Custom icon not changed on %1: %2").arg(path, reason));
+    return false;
 }
 
 std::optional<LWTimestamp> DWLinuxWorkspace::contentModificationDate(const QString& path) const {

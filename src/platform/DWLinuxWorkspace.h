@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/DWFileEmblems.h"
 #include "ui/LWWorkspace.h"
 
 #include <QHash>
@@ -19,7 +20,7 @@ class DWIconTheme;
 // - opening through the desktop's default applications, revealing through the
 //   org.freedesktop.FileManager1 D-Bus service, applications found by their
 //   desktop entries.
-class DWLinuxWorkspace : public LWWorkspace {
+class DWLinuxWorkspace : public LWWorkspace, public DWFileEmblems {
 public:
     struct Options {
         QString iconThemeName;       // empty: the desktop's icon theme
@@ -40,6 +41,9 @@ public:
     // attribute. Then sets the file's dates to the values they have, a change
     // of attributes only that file managers notice.
     bool setIcon(const LWIconImage& icon, const QString& path) override;
+
+    // Then the same attribute change as setIcon, so that file managers redraw.
+    bool replaceEmblem(const QString& path, const QString& ownPrefix, const QString& name) override;
 
     std::optional<LWTimestamp> contentModificationDate(const QString& path) const override;
     bool setContentModificationDate(const QString& path, const LWTimestamp& date) override;
@@ -65,6 +69,8 @@ public:
 
 private:
     void removeCachedIcons(const QString& prefix, const QString& keep) const;
+    // Logs a failed metadata write (the first one loudly); false.
+    bool reportMetadataFailure(const QString& reason, const QString& path);
     QString writeIconFile(const QImage& image, const QString& prefix) const;
 
     std::unique_ptr<DWIconTheme> _iconTheme;
