@@ -1,13 +1,16 @@
 #include "cli/DWCommandLine.h"
+#include "controller/DWBusService.h"
 #include "controller/DWSingleInstance.h"
 #include "controller/DotwiseAppDelegate.h"
 #include "foundation/LWBundle.h"
 #include "monitoring/DWFileWatcher.h"
+#include "platform/DWEmblemTheme.h"
 #include "platform/DWInotifyEventStreamFactory.h"
 #include "platform/DWLinuxWorkspace.h"
 #include "platform/LaunchAtLoginController.h"
 
 #include <QApplication>
+#include <QDBusConnection>
 #include <QIcon>
 #include <QTimer>
 #include <cstdio>
@@ -57,11 +60,17 @@ int main(int argc, char* argv[]) {
     }
 
     DWLinuxWorkspace workspace;
+    DWEmblemTheme emblemTheme;
     DotwiseAppDelegate::Services services;
     services.workspace = &workspace;
+    services.badgeMode = DWBadgeMode::forThisSession();
+    services.fileEmblems = &workspace;
+    services.emblemTheme = &emblemTheme;
     services.launchAtLoginController = std::make_unique<LaunchAtLoginController>();
     services.fileWatcher = std::make_unique<DWFileWatcher>(DWInotifyEventStreamFactory::create());
     DotwiseAppDelegate delegate(std::move(services));
+    DWBusService busService(delegate);
+    busService.registerOn(QDBusConnection::sessionBus(), bundle.bundleIdentifier());
 
     QObject::connect(&instance, &DWSingleInstance::reopenRequested, &delegate,
                      [&delegate] { delegate.applicationShouldHandleReopen(); });

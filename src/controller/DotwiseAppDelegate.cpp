@@ -37,7 +37,9 @@ constexpr int firstMenuDelay = 250;
 // Start-up, persistence and shutdown
 
 DotwiseAppDelegate::DotwiseAppDelegate(Services services, QObject* parent)
-    : QObject(parent), _workspace(services.workspace),
+    : QObject(parent), _workspace(services.workspace), _fileEmblems(services.fileEmblems),
+      _emblemTheme(services.emblemTheme),
+      _badgeMode(_fileEmblems && _emblemTheme ? services.badgeMode : DWBadgeMode::Picture),
       _terminateHandler(std::move(services.terminate)) {
     Q_ASSERT(_workspace);
     Q_ASSERT(services.fileWatcher);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/DWBadgeMode.h"
 #include "ui/LWIconImage.h"
 
 #include <QElapsedTimer>
@@ -19,6 +20,8 @@
 #include <memory>
 
 class ABViewSelectingController;
+class DWEmblemTheme;
+class DWFileEmblems;
 class DWFileWatcher;
 class DWSerialQueue;
 class DWSoftwareUpdater;
@@ -75,6 +78,14 @@ public:
         // The file watcher over the platform's directory event stream; the
         // controller becomes its delegate.
         std::unique_ptr<DWFileWatcher> fileWatcher;
+        // How badges are shown. Emblems need the two services below; without
+        // them badges are pictures.
+        DWBadgeMode::Mode badgeMode = DWBadgeMode::Picture;
+        // Emblems on files and the emblem icons; both must outlive the
+        // controller. With emblems set, every badge removal takes off the
+        // file's emblem too, in either mode.
+        DWFileEmblems* fileEmblems = nullptr;
+        DWEmblemTheme* emblemTheme = nullptr;
         // Ends the application. Default: QCoreApplication::quit().
         std::function<void()> terminate;
     };
@@ -114,6 +125,7 @@ public:
     DWFileWatcher* fileWatcher() const { return _fileWatcher.get(); }
     DWSoftwareUpdater* updater() const { return _updater; }
     LWWorkspace& workspace() const { return *_workspace; }
+    DWBadgeMode::Mode badgeMode() const { return _badgeMode; }
 
     // --- Outlets -----------------------------------------------------------
 
@@ -157,7 +169,8 @@ public:
     void updateBadgeAsync(TaskListPointer taskList, bool concealModification);
     // Background worker: counts the file again and writes its badged icon.
     void updateBadge(const TaskListPointer& taskList, bool concealModification);
-    // Sets (or, with an empty icon, removes) the file's custom icon; with
+    // Sets (or, with an empty icon, removes) the file's custom icon (and, when
+    // removing, its emblem); with
     // concealment the file's content modification date is put back afterwards.
     // Any thread.
     void setIcon(const LWIconImage& icon, const QString& path, bool concealModification);
@@ -223,6 +236,8 @@ signals:
     void badgeUpdateFinished(const QString& path);
     // After every rebuild of the status menu.
     void statusMenuRebuilt();
+    // At the end of every setIsDotwiseEnabled().
+    void dotwiseEnabledChanged(bool enabled);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -232,6 +247,12 @@ private:
     void awakeFromNib();
     void _restoreTaskLists();
     void _updateAllDotwise();
+    // Background worker: the count's emblem in place of whatever was on the
+    // file.
+    void _setEmblem(const QString& path, int openTasks, bool concealModification);
+    // Draws the common counts' emblems on the worker, a few at a time, so
+    // that badge updates queued meanwhile don't wait for all of them.
+    void _prepareEmblems(int from);
     void _badgeUpdateDidFinish(const TaskListPointer& taskList);
     void _refreshAfterBadgeUpdates();
     void _askNextStyleQuestion();
@@ -252,6 +273,9 @@ private:
     bool _mayBadge(const DWTaskList* taskList) const;
 
     LWWorkspace* _workspace = nullptr;
+    DWFileEmblems* _fileEmblems = nullptr;
+    DWEmblemTheme* _emblemTheme = nullptr;
+    DWBadgeMode::Mode _badgeMode = DWBadgeMode::Picture;
     std::function<void()> _terminateHandler;
 
     std::unique_ptr<QMainWindow> _mainWindow;

@@ -2,6 +2,8 @@
 #include "controller/DotwiseAppDelegate.h"
 #include "logging/LWLogger.h"
 #include "model/DWTaskList.h"
+#include "platform/DWEmblemTheme.h"
+#include "platform/DWFileEmblems.h"
 #include "ui/LWWorkspace.h"
 #include "ui_DWMainWindow.h"
 #include "views/ABViewSelectingController.h"
@@ -19,6 +21,8 @@ const QString noteWhenOff =
     QStringLiteral("Note: Click the big ON/OFF switch to activate Dotwise.");
 // Least time between two refreshes while badge updates are still queued.
 constexpr qint64 refreshInterval = 200;
+// Common counts' emblems drawn per worker job.
+constexpr int emblemsPerJob = 10;
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -41,6 +45,8 @@ void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
         for (const TaskListPointer& taskList : std::as_const(_taskLists))
             _allowBadge(taskList.get());
         _updateAllDotwise();
+        if (_badgeMode == DWBadgeMode::Emblem)
+            _prepareEmblems(0);
         _ui->noteLabel->setText(noteWhenOn);
     } else {
         _ui->hideOrQuitButton->setText(QStringLiteral("Quit"));
@@ -53,6 +59,7 @@ void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
         }
     }
     reloadTable();
+    emit dotwiseEnabledChanged(enabled);
 }
 
 void DotwiseAppDelegate::_updateAllDotwise() {
@@ -82,9 +89,13 @@ void DotwiseAppDelegate::updateBadge(const TaskListPointer& taskList, bool conce
         return;
     taskList->updateOpenTasks();
     const QString path = taskList->path();
-    setIcon(LWIconImage(), path, true);
-    const LWIconImage icon = _workspace->iconForFile(path);
-    setIcon(DWBadgeImage::addBadgeTo(icon, taskList->openTasks()), path, concealModification);
+    if (_badgeMode == DWBadgeMode::Emblem) {
+        _setEmblem(path, taskList->openTasks(), concealModification);
+    } else {
+        setIcon(LWIconImage(), path, true);
+        const LWIconImage icon = _workspace->iconForFile(path);
+        setIcon(DWBadgeImage::addBadgeTo(icon, taskList->openTasks()), path, concealModification);
+    }
     // Switched off or removed while this update ran: the main thread took its
     // badge off before this one was written, so take this one off too.
     if (!_mayBadge(taskList.get())) {
@@ -97,8 +108,39 @@ void DotwiseAppDelegate::setIcon(const LWIconImage& icon, const QString& path,
                                  bool concealModification) {
     const std::optional<LWTimestamp> date = _workspace->contentModificationDate(path);
     _workspace->setIcon(icon, path);
+    // An emblem may be left from a run in the other mode.
+    if (icon.isEmpty() && _fileEmblems)
+        _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix, QString());
     if (concealModification && date)
         _workspace->setContentModificationDate(path, *date);
+}
+
+void DotwiseAppDelegate::_setEmblem(const QString& path, int openTasks, bool concealModification) {
+    const std::optional<LWTimestamp> date = _workspace->contentModificationDate(path);
+    // A picture may be left from a run in the other mode.
+    _workspace->setIcon(LWIconImage(), path);
+    // A count whose emblem can't be drawn still gets its name: the file
+    // manager shows nothing for it, which is better than a wrong count.
+    _emblemTheme->install(openTasks);
+    _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix,
+                                DWEmblemTheme::emblemName(openTasks));
+    if (concealModification && date)
+        _workspace->setContentModificationDate(path, *date);
+}
+
+void DotwiseAppDelegate::_prepareEmblems(int from) {
+    const int common = _emblemTheme->commonCounts();
+    if (from >= common || !_isDotwiseEnabled)
+        return;
+    _backgroundQueue->addOperation([this, from, common] {
+        QList<int> counts;
+        for (int n = from; n < qMin(from + emblemsPerJob, common); ++n)
+            counts.append(n);
+        _emblemTheme->install(counts);
+        // The next few go behind whatever was queued meanwhile.
+        QMetaObject::invokeMethod(
+            this, [this, from] { _prepareEmblems(from + emblemsPerJob); }, Qt::QueuedConnection);
+    });
 }
 
 void DotwiseAppDelegate::_badgeUpdateDidFinish(const TaskListPointer& taskList) {
