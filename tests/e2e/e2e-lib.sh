@@ -42,7 +42,7 @@ e2e_session() {
       DW_E2E_ROOT="$root" DW_E2E_CLI="$E2E_CLI" HOME="$root/home" XDG_CONFIG_HOME="$root/config" \
       XDG_CACHE_HOME="$root/cache" XDG_DATA_HOME="$root/data" XDG_STATE_HOME="$root/state" \
       XDG_RUNTIME_DIR="$root/runtime" XDG_CURRENT_DESKTOP=X-Generic \
-      dbus-run-session -- "$E2E_SCRIPT" "$E2E_DOTWISE" "$E2E_FIXTURE" "${E2E_ARGS[@]}"
+      "$(dirname "${BASH_SOURCE[0]}")/../support/private-bus.sh" "$E2E_SCRIPT" "$E2E_DOTWISE" "$E2E_FIXTURE" "${E2E_ARGS[@]}"
     status=$?
     if [ $status -eq 0 ] && [ -z "${DW_E2E_KEEP:-}" ]; then
       chmod -R u+rwX "$root" 2>/dev/null
