@@ -23,6 +23,9 @@ const QString noteWhenOff =
 constexpr qint64 refreshInterval = 200;
 // Common counts' emblems drawn per worker job.
 constexpr int emblemsPerJob = 10;
+// GTK file managers look for new icons in the theme at most every 5 s, and only
+// while drawing: a file whose emblem was new to them is drawn again after that.
+constexpr int newEmblemRedrawDelay = 6000;
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -121,11 +124,23 @@ void DotwiseAppDelegate::_setEmblem(const QString& path, int openTasks, bool con
     _workspace->setIcon(LWIconImage(), path);
     // A count whose emblem can't be drawn still gets its name: the file
     // manager shows nothing for it, which is better than a wrong count.
+    const bool newEmblem = !_emblemTheme->isInstalled(openTasks);
     _emblemTheme->install(openTasks);
     _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix,
                                 DWEmblemTheme::emblemName(openTasks));
     if (concealModification && date)
         _workspace->setContentModificationDate(path, *date);
+    if (newEmblem) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, path] {
+                QTimer::singleShot(newEmblemRedrawDelay, this, [this, path] {
+                    if (TaskListPointer taskList = taskListForFile(path))
+                        updateBadgeAsync(taskList, true);
+                });
+            },
+            Qt::QueuedConnection);
+    }
 }
 
 void DotwiseAppDelegate::_prepareEmblems(int from) {

@@ -59,11 +59,15 @@ no_badges() {
   [ -z "$found" ]
 }
 
-# Pixels that changed between the first shot and a new one in the badges'
-# boxes (grown by 4 pixels).
+# A new shot still shows a badge at each file, and pixels changed in the first
+# shot's badge boxes (grown by 4 pixels): a badge that merely went away is no
+# redrawn badge.
 badges_changed() {
-  local shot box x y w h differing=0
+  local shot box x y w h differing=0 found
   shot="$(screenshot "$1")"
+  found="$(badges_in "$shot" | grep -c .)"
+  E2E_SEEN="$found badge(s) in $shot"
+  [ "$found" -ge "$(printf '%s\n' "$before_badges" | grep -c .)" ] || return 1
   while read -r x y w h; do
     box="$((x - 4)) $((y - 4)) $((w + 8)) $((h + 8))"
     # shellcheck disable=SC2086 # four numbers
@@ -107,8 +111,11 @@ run() {
   for file in "$alpha" "$beta"; do
     wait_for 20 "Dotwise's $mode on $file" has_mark "$file" "$mode"
   done
-  # Emblem icons for the common counts are drawn after the first badges.
-  sleep 3
+  # The common counts' emblems are drawn after the first badges; the edit's
+  # latency is measured once they are all there.
+  [ "$mode" = emblem ] &&
+    wait_for 120 "the emblems of the common counts drawn" \
+      test -f "$XDG_DATA_HOME/icons/hicolor/256x256@2/emblems/emblem-dotwise-99.png"
 
   "$@" >"$E2E_ROOT/$fm.log" 2>&1 &
   fm_pid=$!
