@@ -11,7 +11,9 @@ public:
 
     // Replaces the file's emblems whose names begin with `ownPrefix` by
     // `name`, or takes them off when `name` is empty; the file's other emblems
-    // stay. Never changes the file's contents or dates. Any thread.
+    // stay. Setting an emblem makes file managers draw the file again even
+    // when it had that emblem already; taking off one that isn't there writes
+    // nothing. Never changes the file's contents or dates. Any thread.
     virtual bool replaceEmblem(const QString& path, const QString& ownPrefix,
                                const QString& name) = 0;
 };

@@ -295,16 +295,23 @@ bool DWLinuxWorkspace::replaceEmblem(const QString& path, const QString& ownPref
     const MetadataWriteScope scope;
     // The user's own emblems stay.
     QList<QByteArray> emblems;
+    bool hadOwn = false;
     if (GFileInfo* info = g_file_query_info(file.get(), emblemsAttribute, G_FILE_QUERY_INFO_NONE,
                                             nullptr, nullptr)) {
         if (char** names = g_file_info_get_attribute_stringv(info, emblemsAttribute)) {
             for (char** each = names; *each; ++each) {
-                if (!QString::fromUtf8(*each).startsWith(ownPrefix))
+                if (QString::fromUtf8(*each).startsWith(ownPrefix))
+                    hadOwn = true;
+                else
                     emblems.append(QByteArray(*each));
             }
         }
         g_object_unref(info);
     }
+    // Nothing of ours to take off: no write, and no redraw for it (every
+    // picture update asks, in case a run in emblem mode left one).
+    if (name.isEmpty() && !hadOwn)
+        return true;
     if (!name.isEmpty())
         emblems.append(name.toUtf8());
     gboolean done;
