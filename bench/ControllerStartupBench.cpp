@@ -60,6 +60,7 @@ public:
     bool isTextFile(const QString&) const override { return true; }
     bool openFile(const QString&) override { return true; }
     bool openUrl(const QUrl&) override { return true; }
+    bool openUrlText(const QString&) override { return true; }
     bool selectFile(const QString&, const QString&) override { return true; }
     QString absolutePathForApplicationWithIdentifier(const QString&) const override {
         return QString();

@@ -14,7 +14,7 @@
 
 namespace {
 // Blanks are spaces, tabs and the other Unicode space separators; line breaks
-// are not blanks.
+// are not blanks, so QString::trimmed does not fit.
 bool isBlank(QChar c) {
     return c == u'\t' || c.category() == QChar::Separator_Space;
 }
@@ -34,32 +34,15 @@ QString trimmedOfBlanks(const QString& text) {
 std::optional<QString> percentDecoded(const QString& segment) {
     if (!segment.contains(u'%'))
         return segment;
-    QByteArray bytes;
-    bytes.reserve(segment.size());
-    for (qsizetype i = 0; i < segment.size(); ++i) {
-        if (segment[i] != u'%') {
-            // Runs of plain text go over as their UTF-8 bytes, surrogate pairs
-            // included.
-            qsizetype end = i;
-            while (end < segment.size() && segment[end] != u'%')
-                ++end;
-            bytes.append(QStringView(segment).mid(i, end - i).toUtf8());
-            i = end - 1;
-            continue;
-        }
-        if (i + 2 >= segment.size())
+    for (qsizetype i = segment.indexOf(u'%'); i >= 0; i = segment.indexOf(u'%', i + 3)) {
+        if (i + 2 >= segment.size() || lw::hexDigitValue(segment[i + 1]) < 0 ||
+            lw::hexDigitValue(segment[i + 2]) < 0)
             return std::nullopt;
-        const int high = lw::hexDigitValue(segment[i + 1]);
-        const int low = lw::hexDigitValue(segment[i + 2]);
-        if (high < 0 || low < 0)
-            return std::nullopt;
-        bytes.append(char(high * 16 + low));
-        i += 2;
     }
     // A leading byte-order mark is text like any other here, not a marker.
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
                                                      QStringDecoder::Flag::ConvertInitialBom);
-    QString text = decoder.decode(bytes);
+    QString text = decoder.decode(QByteArray::fromPercentEncoding(segment.toUtf8()));
     if (decoder.hasError())
         return std::nullopt;
     return text;
@@ -255,15 +238,17 @@ void LWApplicationProxy::remoteInvokeSelector(const QString& selector, const QSt
         }
     }
 
+    // QUrl only checks the text: it would lower-case the scheme and the
+    // handler name, and a receiver compares both exactly.
     const QUrl url(command, QUrl::StrictMode);
     if (!url.isValid() || url.scheme().isEmpty()) {
         warn(QStringLiteral("WARNING: Invalid command string: %1").arg(command));
         return;
     }
     LW_LOG(3, "-[LWApplicationProxy remoteInvokeSelector:handler:arguments:]",
-           QStringLiteral("App proxy: opening URL: %1").arg(url.toString(QUrl::FullyEncoded)));
+           QStringLiteral("App proxy: opening URL: %1").arg(command));
     if (_workspace)
-        _workspace->openUrl(url);
+        _workspace->openUrlText(command);
     if (_activateApplication)
         _activateApplication();
 }

@@ -30,7 +30,8 @@ void LWDuplicateVersionChecker::runModalDuplicateVersionCheckInWindow(
                "-[LWDuplicateVersionChecker "
                "runModalDuplicateVersionCheckInWindow:macAppStoreBundleId:webVersionBundleId:]",
                QStringLiteral("Our bundle id (%1) doesn't match '%2' or '%3'.")
-                   .arg(ownBundleId, macAppStoreBundleId, webVersionBundleId));
+                   .arg(ownBundleId.isNull() ? QStringLiteral("(null)") : ownBundleId,
+                        macAppStoreBundleId, webVersionBundleId));
         return;
     }
     if (ownBundleId == macAppStoreBundleId)

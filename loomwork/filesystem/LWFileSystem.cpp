@@ -30,11 +30,10 @@ LWFileSystem::Reference& LWFileSystem::Reference::operator=(Reference&& other) n
 }
 
 QUrl LWFileSystem::desktopURL() {
-    // Qt reads the XDG user folders (user-dirs.dirs); a desktop folder that was
-    // never created is no place to start a file dialog in.
+    // Qt reads the XDG user folders (user-dirs.dirs); the folder need not exist.
     const QString desktop =
         QStandardPaths::standardLocations(QStandardPaths::DesktopLocation).value(0);
-    if (desktop.isEmpty() || !QFileInfo(desktop).isDir())
+    if (desktop.isEmpty())
         return QUrl();
     return QUrl::fromLocalFile(desktop);
 }
@@ -42,6 +41,7 @@ QUrl LWFileSystem::desktopURL() {
 QString LWFileSystem::localizedNameForItemAtPath(const QString& path) {
     if (path.isNull())
         return QString();
+    // QFileInfo::fileName gives nothing after a trailing slash.
     QString trimmed = path;
     while (trimmed.size() > 1 && trimmed.endsWith(QLatin1Char('/')))
         trimmed.chop(1);

@@ -9,6 +9,8 @@ struct LWHTMLEntity {
     char16_t codeUnit;
 };
 
+// Our own table: Qt decodes entities only inside QTextDocument, a GUI class
+// that parses all of HTML.
 namespace lw {
 extern const std::array<LWHTMLEntity, 253> htmlEntityTable;
 // The code unit of a named entity such as "&eacute;" (case-sensitive), or

@@ -25,9 +25,29 @@ QVariant LWPreferences::objectForKey(const QString& key) const {
     return _settings->value(key);
 }
 
+namespace {
+// The file keeps every value as text, and a hand-edited one may say "NO":
+// after blanks, a sign and zeros, a leading Y, T or digit 1 to 9 means true.
+bool textAsBool(const QString& text) {
+    qsizetype i = 0;
+    while (i < text.size() && text[i].isSpace())
+        ++i;
+    if (i < text.size() && (text[i] == u'+' || text[i] == u'-'))
+        ++i;
+    while (i < text.size() && text[i] == u'0')
+        ++i;
+    if (i == text.size())
+        return false;
+    const QChar c = text[i].toUpper();
+    return c == u'Y' || c == u'T' || (c >= u'1' && c <= u'9');
+}
+} // namespace
+
 bool LWPreferences::boolForKey(const QString& key) const {
-    // INI files keep booleans as text; "true"/"1" both read as true.
-    return _settings->value(key, false).toBool();
+    const QVariant value = _settings->value(key);
+    if (value.typeId() == QMetaType::QString)
+        return textAsBool(value.toString());
+    return value.toDouble() != 0;
 }
 
 QString LWPreferences::stringForKey(const QString& key) const {

@@ -6,6 +6,7 @@
 // Number reading with the rules of the number scanner the library's text
 // helpers were written against: white space and line breaks at the front are
 // skipped, then a number is read as far as it goes. Overflow saturates.
+// By hand: QStringView::toInt reads whole strings only and fails on overflow.
 namespace lw {
 struct LWScannedUInt {
     quint32 value;

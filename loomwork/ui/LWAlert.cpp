@@ -8,6 +8,7 @@
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -18,10 +19,12 @@ QList<LWAlert*>& runningAlerts() {
     return alerts;
 }
 
-// Alerts have no close button of their own: they end through one of their
-// buttons (Escape presses the one titled "Cancel", when there is one).
-constexpr Qt::WindowFlags alertWindowFlags =
-    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint;
+// Alerts end only through their own buttons (Escape presses the one titled
+// "Cancel", when there is one), so they carry no title bar: window managers
+// add close, minimise and maximise buttons to any title bar, whatever the
+// window asks for. The alert draws its own frame and sits at the top of the
+// window it belongs to, like a sheet.
+constexpr Qt::WindowFlags alertWindowFlags = Qt::Dialog | Qt::FramelessWindowHint;
 } // namespace
 
 // The alert's window. It belongs to its LWAlert; while a sheet is up it is a
@@ -87,6 +90,22 @@ public:
     QVBoxLayout* accessoryLayout;
     QHBoxLayout* buttonLayout;
 
+protected:
+    void showEvent(QShowEvent* event) override {
+        QDialog::showEvent(event);
+        // As a sheet: centred across the window under it, at its top.
+        if (QWidget* owner = parentWidget()) {
+            const QRect area = owner->geometry();
+            move(area.center().x() - width() / 2, area.top());
+        }
+    }
+    void paintEvent(QPaintEvent* event) override {
+        QDialog::paintEvent(event);
+        QPainter painter(this);
+        painter.setPen(palette().color(QPalette::Dark));
+        painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    }
+
 private:
     LWAlert* _alert;
 };
@@ -147,7 +166,9 @@ QPushButton* LWAlert::_addButton(const QString& title, int returnCode) {
     auto* button = new QPushButton(title, _dialog);
     const bool isFirst = _buttons.isEmpty();
     button->setDefault(isFirst);
-    button->setAutoDefault(isFirst);
+    // Return presses the button that has the focus (reached with Tab), and
+    // the default button otherwise.
+    button->setAutoDefault(true);
     // Queued: the callback may destroy the alert, and a button must not be
     // deleted inside its own clicked() signal.
     connect(

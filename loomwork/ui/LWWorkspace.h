@@ -34,6 +34,9 @@ public:
     // Opens with the user's default application; false when nothing opened.
     virtual bool openFile(const QString& path) = 0;
     virtual bool openUrl(const QUrl& url) = 0;
+    // Opens the URL exactly as written; a QUrl would lower-case its scheme
+    // and host.
+    virtual bool openUrlText(const QString& url) = 0;
     // Shows the file selected in the file manager.
     virtual bool selectFile(const QString& path, const QString& rootPath) = 0;
     // The installed application's desktop entry for an identifier, or empty.

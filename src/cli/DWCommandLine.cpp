@@ -1,6 +1,7 @@
 #include "cli/DWCommandLine.h"
 
 #include "cli/DWBadgeCommand.h"
+#include "cli/DWClearBadgesCommand.h"
 #include "cli/DWCountCommand.h"
 #include "cli/DWWatchCommand.h"
 #include "foundation/LWBundle.h"
@@ -25,6 +26,7 @@ const std::vector<Subcommand>& subcommands() {
         {"count", DWCountCommand::synopsis(), DWCountCommand::run},
         {"watch", DWWatchCommand::synopsis(), DWWatchCommand::run},
         {"badge", DWBadgeCommand::synopsis(), DWBadgeCommand::run},
+        {"clear-badges", DWClearBadgesCommand::synopsis(), DWClearBadgesCommand::run},
     };
     return table;
 }

@@ -3,7 +3,7 @@
 #include <QString>
 
 // The command-line face of Dotwise: subcommands that work without a display
-// (count, watch, badge), plus --help and --version.
+// (count, watch, badge, clear-badges), plus --help and --version.
 class DWCommandLine {
 public:
     // True when argv names a subcommand or an option this class answers; the

@@ -23,6 +23,7 @@
 #include <optional>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 // SIGINT and SIGTERM end the event loop through a socket pair, the one
@@ -85,14 +86,41 @@ struct WatchedFile {
     std::shared_ptr<DWTaskRuleSet> ruleSet;
 };
 
+enum class Format { Lines, Json, Waybar, I3blocks };
+
+std::optional<Format> formatNamed(const QString& name) {
+    if (name == u"lines")
+        return Format::Lines;
+    if (name == u"json")
+        return Format::Json;
+    if (name == u"waybar")
+        return Format::Waybar;
+    if (name == u"i3blocks")
+        return Format::I3blocks;
+    return std::nullopt;
+}
+
+// The tooltip is Pango markup: a path may hold '&' or '<'.
+QString markupEscaped(const QString& text) {
+    QString escaped = text;
+    escaped.replace(QLatin1Char('&'), QLatin1String("&amp;"))
+        .replace(QLatin1Char('<'), QLatin1String("&lt;"))
+        .replace(QLatin1Char('>'), QLatin1String("&gt;"));
+    return escaped;
+}
+
 class WatchSession {
 public:
-    explicit WatchSession(bool json) : _json(json) {}
+    explicit WatchSession(Format format) : _format(format) {}
 
     bool outputFailed() const { return _outputFailed; }
+    // Status-bar formats print one summary of all files per change instead of
+    // a line per file.
+    bool summarizes() const { return _format == Format::Waybar || _format == Format::I3blocks; }
 
     // Counts a file and prints its line; false (with the reason on standard
-    // error) when it can't be read.
+    // error) when it can't be read. A file that can't be read keeps its last
+    // count in the summary.
     bool report(const WatchedFile& file, const QString& path, const char* event) {
         const DWCountResult result = DWTaskCounter(*file.ruleSet).countFile(path);
         if (!result.error.isEmpty()) {
@@ -101,28 +129,75 @@ public:
             std::fflush(stderr);
             return false;
         }
-        if (_json) {
+        switch (_format) {
+        case Format::Json:
             writeLine(QJsonDocument(QJsonObject{{QStringLiteral("event"), QLatin1String(event)},
                                                 {QStringLiteral("path"), file.shownPath},
                                                 {QStringLiteral("style"), file.ruleSet->name()},
                                                 {QStringLiteral("openTasks"), result.openTasks}})
                           .toJson(QJsonDocument::Compact));
-        } else {
+            break;
+        case Format::Lines:
             writeLine(QByteArray::number(result.openTasks) + '\t' +
                       QFile::encodeName(file.shownPath));
+            break;
+        case Format::Waybar:
+        case Format::I3blocks:
+            if (!_counts.contains(path))
+                _order.append(path);
+            _counts.insert(path, {file.shownPath, result.openTasks});
+            if (std::strcmp(event, "start") != 0)
+                writeSummary();
+            break;
         }
         return true;
     }
 
-    void reportDeleted(const WatchedFile& file) {
-        if (_json) {
+    void reportDeleted(const WatchedFile& file, const QString& path) {
+        switch (_format) {
+        case Format::Json:
             writeLine(
                 QJsonDocument(QJsonObject{{QStringLiteral("event"), QStringLiteral("deleted")},
                                           {QStringLiteral("path"), file.shownPath}})
                     .toJson(QJsonDocument::Compact));
-        } else {
+            break;
+        case Format::Lines:
             writeLine("deleted\t" + QFile::encodeName(file.shownPath));
+            break;
+        case Format::Waybar:
+        case Format::I3blocks:
+            _counts.remove(path);
+            _order.removeOne(path);
+            writeSummary();
+            break;
         }
+    }
+
+    // The total of open tasks over the files still watched, as the status bar
+    // reads it.
+    void writeSummary() {
+        qint64 total = 0;
+        QStringList lines;
+        for (const QString& path : std::as_const(_order)) {
+            const Count& count = _counts[path];
+            total += count.openTasks;
+            lines.append(QStringLiteral("%1: %2").arg(markupEscaped(count.shownPath),
+                                                      QString::number(count.openTasks)));
+        }
+        const QByteArray summary =
+            _format == Format::I3blocks
+                ? QByteArray::number(total)
+                : QJsonDocument(
+                      QJsonObject{{QStringLiteral("text"), QString::number(total)},
+                                  {QStringLiteral("tooltip"), lines.join(QLatin1Char('\n'))},
+                                  {QStringLiteral("class"),
+                                   total > 0 ? QStringLiteral("open") : QStringLiteral("done")}})
+                      .toJson(QJsonDocument::Compact);
+        // A save that changes no count changes nothing on the bar.
+        if (summary == _lastSummary)
+            return;
+        _lastSummary = summary;
+        writeLine(summary);
     }
 
 private:
@@ -141,13 +216,58 @@ private:
         }
     }
 
-    bool _json;
+    struct Count {
+        QString shownPath;
+        int openTasks = 0;
+    };
+
+    Format _format;
     bool _outputFailed = false;
+    QHash<QString, Count> _counts; // by full path
+    QStringList _order;            // full paths, in the order given
+    QByteArray _lastSummary;
 };
+
+// Takes "--format NAME" (or "--format=NAME") out of the arguments, before any
+// "--"; the rest are the arguments `count` shares. Null after a usage error.
+std::optional<Format> takeFormat(std::vector<char*>& arguments) {
+    Format format = Format::Lines;
+    for (size_t i = 1; i < arguments.size(); ++i) {
+        const QString argument = QFile::decodeName(arguments[i]);
+        if (argument == u"--")
+            break;
+        if (argument != u"--format" && !argument.startsWith(u"--format="))
+            continue;
+        QString name;
+        size_t taken = 1;
+        if (argument == u"--format") {
+            if (i + 1 >= arguments.size()) {
+                std::fprintf(stderr, "dotwise watch: --format needs a value\nUsage: dotwise %s\n",
+                             DWWatchCommand::synopsis());
+                return std::nullopt;
+            }
+            name = QFile::decodeName(arguments[i + 1]);
+            taken = 2;
+        } else {
+            name = argument.mid(9);
+        }
+        const std::optional<Format> chosen = formatNamed(name);
+        if (!chosen) {
+            std::fprintf(stderr, "dotwise watch: unknown format '%s'\nUsage: dotwise %s\n",
+                         qPrintable(name), DWWatchCommand::synopsis());
+            return std::nullopt;
+        }
+        format = *chosen;
+        arguments.erase(arguments.begin() + ptrdiff_t(i), arguments.begin() + ptrdiff_t(i + taken));
+        --i;
+    }
+    return format;
+}
 } // namespace
 
 const char* DWWatchCommand::synopsis() {
-    return "watch [--style auto|todotxt|taskpaper|square-brackets] [--json] FILE...";
+    return "watch [--style auto|todotxt|taskpaper|square-brackets] [--json] "
+           "[--format lines|json|waybar|i3blocks] FILE...";
 }
 
 int DWWatchCommand::run(int argc, char* argv[]) {
@@ -155,15 +275,20 @@ int DWWatchCommand::run(int argc, char* argv[]) {
     QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
     QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
 
-    const DWFileArguments arguments("watch", synopsis(), argc, argv);
+    std::vector<char*> rest(argv, argv + argc);
+    std::optional<Format> format = takeFormat(rest);
+    if (!format)
+        return 2;
+    const DWFileArguments arguments("watch", synopsis(), int(rest.size()), rest.data());
     if (arguments.exitStatus())
         return *arguments.exitStatus();
-    const bool json = arguments.json();
+    if (arguments.json())
+        format = Format::Json;
 
     // A reader that goes away shows as a failed write, not as a signal.
     std::signal(SIGPIPE, SIG_IGN);
     SignalCatcher signalCatcher;
-    WatchSession session(json);
+    WatchSession session(*format);
     DWFileWatcher watcher(DWInotifyEventStreamFactory::create());
     // The watcher knows files by full path; lines show them as given.
     QHash<QString, WatchedFile> files;
@@ -184,6 +309,8 @@ int DWWatchCommand::run(int argc, char* argv[]) {
             watcher.stopWatchingFile(fullPath);
         }
     }
+    if (session.summarizes() && !files.isEmpty())
+        session.writeSummary();
     if (session.outputFailed())
         return 1;
     if (files.isEmpty()) {
@@ -201,7 +328,7 @@ int DWWatchCommand::run(int argc, char* argv[]) {
                              const auto found = files.constFind(path);
                              if (found == files.cend())
                                  return;
-                             session.reportDeleted(*found);
+                             session.reportDeleted(*found, path);
                              files.erase(found);
                              watcher.stopWatchingFile(path);
                              if (files.isEmpty())

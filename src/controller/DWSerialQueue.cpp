@@ -45,6 +45,11 @@ void DWSerialQueue::waitUntilAllOperationsAreFinished() {
         _changed.wait(locker);
 }
 
+bool DWSerialQueue::waitUntilAllOperationsAreFinished(std::chrono::milliseconds timeout) {
+    std::unique_lock locker(_lock);
+    return _changed.wait_for(locker, timeout, [this] { return _operations.empty() && !_running; });
+}
+
 qsizetype DWSerialQueue::operationCount() const {
     std::unique_lock locker(_lock);
     return qsizetype(_operations.size()) + (_running ? 1 : 0);

@@ -3,6 +3,8 @@
 #include <QMutex>
 #include <QThread>
 #include <QWaitCondition>
+#include <chrono>
+#include <condition_variable>
 #include <deque>
 #include <functional>
 
@@ -26,6 +28,8 @@ public:
     void cancelAllOperations();
     // Blocks until the queue is empty and no job runs. Not from a job itself.
     void waitUntilAllOperationsAreFinished();
+    // The same, giving up after the timeout; false when it gave up.
+    bool waitUntilAllOperationsAreFinished(std::chrono::milliseconds timeout);
 
     qsizetype operationCount() const; // queued plus running
     bool isWorkerThread() const { return QThread::currentThread() == _thread; }

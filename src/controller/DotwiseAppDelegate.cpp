@@ -1,5 +1,6 @@
 #include "controller/DotwiseAppDelegate.h"
 
+#include "controller/DWConfigViewController.h"
 #include "controller/DWSerialQueue.h"
 #include "controller/DWSoftwareUpdater.h"
 #include "controller/DWTableDropTarget.h"
@@ -13,8 +14,11 @@
 #include "ui/LWAlert.h"
 #include "ui_DWMainWindow.h"
 #include "views/ABViewSelectingController.h"
+#include "views/DWTextContrast.h"
 
 #include <QApplication>
+#include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -23,6 +27,7 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QSaveFile>
 #include <QScreen>
 #include <QSystemTrayIcon>
 #include <QTableView>
@@ -31,6 +36,8 @@ namespace {
 const QString taskListsKey = QStringLiteral("TaskLists");
 // Longest wait for the window's first paint before the status menu is built.
 constexpr int firstMenuDelay = 250;
+// Longest wait at quitting for a badge write that has started.
+constexpr std::chrono::seconds quitWaitForWorker{5};
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -40,7 +47,8 @@ DotwiseAppDelegate::DotwiseAppDelegate(Services services, QObject* parent)
     : QObject(parent), _workspace(services.workspace), _fileEmblems(services.fileEmblems),
       _emblemTheme(services.emblemTheme),
       _badgeMode(_fileEmblems && _emblemTheme ? services.badgeMode : DWBadgeMode::Picture),
-      _terminateHandler(std::move(services.terminate)) {
+      _terminateHandler(std::move(services.terminate)),
+      _systemTrayAvailable(std::move(services.isSystemTrayAvailable)) {
     Q_ASSERT(_workspace);
     Q_ASSERT(services.fileWatcher);
     Q_ASSERT(services.launchAtLoginController);
@@ -90,6 +98,13 @@ DotwiseAppDelegate::~DotwiseAppDelegate() {
 }
 
 void DotwiseAppDelegate::_loadInterface() {
+    // Switched-off texts stay readable wherever they stand: on the window,
+    // the header's speckle and the promotion's green panel, which take up
+    // to a third off the contrast against the window colour, hence the room.
+    // Application-wide, because widgets with a style sheet go back to the
+    // palette they started with when they are disabled.
+    QApplication::setPalette(
+        DWTextContrast::withReadableDisabledText(QApplication::palette(), 7.0));
     _mainWindow = std::make_unique<QMainWindow>();
     _ui = std::make_unique<Ui::DWMainWindow>();
     _ui->setupUi(_mainWindow.get());
@@ -116,6 +131,7 @@ void DotwiseAppDelegate::_loadInterface() {
     _styleExamplesView = _makeStyleExamplesView();
 
     _abViewController = std::make_unique<ABViewSelectingController>();
+    _configViewController = std::make_unique<DWConfigViewController>();
 
     connect(_ui->onOffButton, &QPushButton::clicked, this,
             [this] { onOffButtonAction(_ui->onOffButton); });
@@ -145,6 +161,7 @@ void DotwiseAppDelegate::awakeFromNib() {
 }
 
 void DotwiseAppDelegate::applicationDidFinishLaunching() {
+    _statusMenuAwaitsPaint = true;
     _restoreTaskLists();
 
     // Files dragged onto the table; drags of anything else are not offered.
@@ -189,12 +206,12 @@ void DotwiseAppDelegate::_restoreTaskLists() {
     const QByteArray archive = preferences.dataForKey(taskListsKey);
     std::optional<QList<TaskListPointer>> decoded = DWTaskList::unarchiveTaskLists(archive);
     if (!decoded) {
-        // The damaged value stays where it is (it may be someone's only copy)
-        // until the list is next saved.
         LW_LOG(1, "-[DotwiseAppDelegate applicationDidFinishLaunching:]",
                QStringLiteral("Could not read the saved task lists (%1 bytes); starting with "
                               "an empty list")
                    .arg(archive.size()));
+        // The next save overwrites the value, and it may be someone's only copy.
+        _keepDamagedTaskLists(archive);
         return;
     }
 
@@ -213,29 +230,46 @@ void DotwiseAppDelegate::_restoreTaskLists() {
         _taskLists.append(taskList);
         if (_isDotwiseEnabled)
             _allowBadge(taskList.get());
+        else
+            // Switched off outside Dotwise (autostart turned off in the
+            // desktop's settings): the badges of the last session come off.
+            _removeBadgeAsync(taskList->path());
         updateBadgeAsync(taskList, false);
         _fileWatcher->startWatchingFile(taskList->path());
     }
-    // What removeTaskListFromWatchList() does for each missing file, with one
-    // save for all of them rather than one each: saving thousands of task
-    // lists once per missing file would keep the window from showing for
-    // seconds. The table and the menu are filled once the window shows.
-    for (const TaskListPointer& taskList : std::as_const(missing)) {
-        LW_LOG(3, "-[DotwiseAppDelegate applicationDidFinishLaunching:]",
-               QStringLiteral("Removing file from watchlist, because it doesn't exist anymore: %1")
-                   .arg(taskList->path()));
-        _fileWatcher->stopWatchingFile(taskList->path());
-        setIcon(LWIconImage(), taskList->path(), false);
-    }
-    if (!missing.isEmpty())
-        saveTaskLists();
+    // One save for all the missing files: saving thousands of task lists once
+    // per missing file would keep the window from showing for seconds. The
+    // table and the menu are filled once the window shows.
+    _batchWatchListChanges([&] {
+        for (const TaskListPointer& taskList : std::as_const(missing)) {
+            LW_LOG(
+                3, "-[DotwiseAppDelegate applicationDidFinishLaunching:]",
+                QStringLiteral("Removing file from watchlist, because it doesn't exist anymore: %1")
+                    .arg(taskList->path()));
+            removeTaskListFromWatchList(taskList);
+        }
+    });
     reloadTable();
 }
 
+void DotwiseAppDelegate::_keepDamagedTaskLists(const QByteArray& archive) {
+    const QFileInfo preferences(LWPreferences::standard().fileName());
+    const QString copy = preferences.absoluteDir().filePath(
+        QStringLiteral("TaskLists-damaged-%1.archive")
+            .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"))));
+    QSaveFile file(copy);
+    if (QDir().mkpath(preferences.absolutePath()) && file.open(QIODevice::WriteOnly) &&
+        file.write(archive) == archive.size() && file.commit())
+        LW_LOG(1, "-[DotwiseAppDelegate applicationDidFinishLaunching:]",
+               QStringLiteral("Kept a copy of the unreadable task lists in %1").arg(copy));
+    else
+        LW_LOG(1, "-[DotwiseAppDelegate applicationDidFinishLaunching:]",
+               QStringLiteral("Could not keep a copy of the unreadable task lists in %1: %2")
+                   .arg(copy, file.errorString()));
+}
+
 bool DotwiseAppDelegate::applicationShouldHandleReopen() {
-    _mainWindow->show();
-    _mainWindow->raise();
-    _mainWindow->activateWindow();
+    _bringWindowForward();
     return false;
 }
 
@@ -245,6 +279,23 @@ bool DotwiseAppDelegate::applicationShouldTerminateAfterLastWindowClosed() const
 
 void DotwiseAppDelegate::applicationWillTerminate() {
     _fileWatcher->shutdown();
+    // Badges still to be written are dropped; badges still to be taken off
+    // (switched off, then Quit) are not. The wait ends only when a job stops
+    // making progress.
+    _quitting = true;
+    for (quint64 finished = _finishedBadgeJobs;;) {
+        if (_backgroundQueue->waitUntilAllOperationsAreFinished(quitWaitForWorker))
+            return;
+        if (_finishedBadgeJobs == finished)
+            break;
+        finished = _finishedBadgeJobs;
+    }
+    // The running job uses this controller, which can't go away under it.
+    LW_LOG(1, "-[DotwiseAppDelegate applicationWillTerminate:]",
+           QStringLiteral("A badge write has not returned after %1 s; quitting without it")
+               .arg(quitWaitForWorker.count()));
+    LWPreferences::standard().synchronize();
+    std::_Exit(0);
 }
 
 void DotwiseAppDelegate::saveTaskLists() {
@@ -258,6 +309,13 @@ void DotwiseAppDelegate::setTaskLists(QList<TaskListPointer> taskLists) {
         for (const TaskListPointer& taskList : std::as_const(_taskLists))
             _allowBadge(taskList.get());
     }
+}
+
+void DotwiseAppDelegate::setStatusMenuItem(QSystemTrayIcon* item) {
+    if (item == _statusMenuItem)
+        return;
+    delete _statusMenuItem;
+    _statusMenuItem = item;
 }
 
 void DotwiseAppDelegate::setLaunchAtLoginController(
@@ -284,6 +342,13 @@ bool DotwiseAppDelegate::eventFilter(QObject* watched, QEvent* event) {
         // Right after this paint has reached the screen.
         _statusMenuAwaitsPaint = false;
         _refreshTimer.start(0);
+    }
+    if (watched == _mainWindow.get() && event->type() == QEvent::Close && _isDotwiseEnabled &&
+        !_isSystemTrayAvailable()) {
+        // Nothing would bring a hidden window back: it stays, minimised.
+        event->ignore();
+        _putWindowAway();
+        return true;
     }
     if (watched == _mainWindow.get() && event->type() == QEvent::Close) {
         // Decided after the close went through, as the platform asks once the

@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QSet>
+#include <QSystemTrayIcon>
 #include <QTimer>
 #include <QUrl>
 #include <QWidget>
@@ -20,6 +21,7 @@
 #include <memory>
 
 class ABViewSelectingController;
+class DWConfigViewController;
 class DWEmblemTheme;
 class DWFileEmblems;
 class DWFileWatcher;
@@ -39,7 +41,6 @@ class QLabel;
 class QMainWindow;
 class QMenu;
 class QPushButton;
-class QSystemTrayIcon;
 class QTableView;
 
 namespace Ui {
@@ -88,6 +89,10 @@ public:
         DWEmblemTheme* emblemTheme = nullptr;
         // Ends the application. Default: QCoreApplication::quit().
         std::function<void()> terminate;
+        // Whether a tray shows the status item now; asked each time it
+        // matters, as panels come and go. Default:
+        // QSystemTrayIcon::isSystemTrayAvailable().
+        std::function<bool()> isSystemTrayAvailable;
     };
 
     using TaskListPointer = std::shared_ptr<DWTaskList>;
@@ -108,7 +113,10 @@ public:
     bool applicationShouldHandleReopen();
     // Closing the main window quits only while badging is off.
     bool applicationShouldTerminateAfterLastWindowClosed() const;
-    // Stops the watcher's stream. Nothing is saved and badges stay on files.
+    // Stops the watcher's stream, drops the badge writes still queued and
+    // lets the queued removals run. Nothing is saved and badges stay on files.
+    // A badge job that does not return (a hung mount, a stuck metadata
+    // daemon) is given a few seconds, then the process ends without it.
     void applicationWillTerminate();
     // Writes "TaskLists" to the preferences.
     void saveTaskLists();
@@ -116,6 +124,8 @@ public:
     const QList<TaskListPointer>& taskLists() const { return _taskLists; }
     void setTaskLists(QList<TaskListPointer> taskLists);
     QSystemTrayIcon* statusMenuItem() const { return _statusMenuItem; }
+    // Takes ownership; the item held before is deleted.
+    void setStatusMenuItem(QSystemTrayIcon* item);
     QMenu* statusMenu() const { return _statusMenu; }
     bool isDotwiseEnabled() const { return _isDotwiseEnabled; }
     LaunchAtLoginController* launchAtLoginController() const {
@@ -131,6 +141,8 @@ public:
 
     QMainWindow* mainWindow() const { return _mainWindow.get(); }
     ABViewSelectingController* abViewController() const { return _abViewController.get(); }
+    // The rule-set chooser; nothing shows it yet.
+    DWConfigViewController* configViewController() const { return _configViewController.get(); }
     QWidget* abViewPlaceholder() const;
     QLabel* shortVersion() const;
     QLabel* topLabel() const;
@@ -162,6 +174,8 @@ public:
 
     // --- Badge pipeline and ON/OFF -----------------------------------------
 
+    // Off takes every badge off (on the worker, behind the updates queued
+    // before) and clears every count at once.
     void setIsDotwiseEnabled(bool enabled);
     // Queues a count and badge write for the task list on the background
     // worker, followed by a table reload and a status-menu rebuild on the main
@@ -169,10 +183,10 @@ public:
     void updateBadgeAsync(TaskListPointer taskList, bool concealModification);
     // Background worker: counts the file again and writes its badged icon.
     void updateBadge(const TaskListPointer& taskList, bool concealModification);
-    // Sets (or, with an empty icon, removes) the file's custom icon (and, when
-    // removing, its emblem); with
-    // concealment the file's content modification date is put back afterwards.
-    // Any thread.
+    // Sets (or, with an empty icon, removes) the file's custom icon. The
+    // workspace never moves the file's dates when it writes an icon, so
+    // concealment takes no step here: putting back a date read before the
+    // write would roll back a save that landed meanwhile. Any thread.
     void setIcon(const LWIconImage& icon, const QString& path, bool concealModification);
     // Blocks until the background worker is idle, then delivers the follow-ups
     // it queued. For tests and benchmarks.
@@ -198,7 +212,8 @@ public:
     // set) also moves the knob with animation and sets launch at login; the
     // start-up call (no sender) places the knob at once.
     void onOffButtonAction(QObject* sender);
-    // Hides the window while badging is on, quits while it is off.
+    // Hides the window while badging is on (minimises it while no tray shows
+    // the status item, the only other way back), quits while it is off.
     void hideOrQuitButtonAction(QObject* sender);
     void reloadTable();
 
@@ -246,10 +261,22 @@ private:
     void _loadInterface();
     void awakeFromNib();
     void _restoreTaskLists();
+    void _keepDamagedTaskLists(const QByteArray& archive);
+    // Runs the changes with the save, the table reload and the status-menu
+    // rebuild held back, then does each once if any change asked for it.
+    void _batchWatchListChanges(const std::function<void()>& changes);
+    // After an addition or removal: reload, save, rebuild (or mark the batch).
+    void _watchListDidChange();
+    // The two worker-side steps every badge goes through: the one place that
+    // writes a file's badge for a count, and the one that takes it off.
+    void _writeBadge(const QString& path, int openTasks, bool concealModification);
+    void _removeBadge(const QString& path);
+    // Queues _removeBadge on the worker, behind every update queued before.
+    void _removeBadgeAsync(const QString& path);
     void _updateAllDotwise();
     // Background worker: the count's emblem in place of whatever was on the
     // file.
-    void _setEmblem(const QString& path, int openTasks, bool concealModification);
+    void _setEmblem(const QString& path, int openTasks);
     // Draws the common counts' emblems on the worker, a few at a time, so
     // that badge updates queued meanwhile don't wait for all of them.
     void _prepareEmblems(int from);
@@ -259,6 +286,11 @@ private:
     QWidget* _makeStyleExamplesView();
     void _placeOnOffKnob(bool animated);
     void _terminate();
+    bool _isSystemTrayAvailable() const;
+    // Hidden, or minimised while no tray would bring it back.
+    void _putWindowAway();
+    void _bringWindowForward();
+    void _statusItemActivated(QSystemTrayIcon::ActivationReason reason);
     void _removeSelectedTaskList();
     bool _handleKeyPress(QKeyEvent* event);
     void _welcomeAlertDidEnd(LWAlert& alert, int returnCode);
@@ -277,10 +309,12 @@ private:
     DWEmblemTheme* _emblemTheme = nullptr;
     DWBadgeMode::Mode _badgeMode = DWBadgeMode::Picture;
     std::function<void()> _terminateHandler;
+    std::function<bool()> _systemTrayAvailable;
 
     std::unique_ptr<QMainWindow> _mainWindow;
     std::unique_ptr<Ui::DWMainWindow> _ui;
     std::unique_ptr<ABViewSelectingController> _abViewController;
+    std::unique_ptr<DWConfigViewController> _configViewController;
     QPointer<QWidget> _styleExamplesView;
     DWTaskListTableModel* _taskListsModel = nullptr;
 
@@ -305,11 +339,18 @@ private:
 
     int _clickedRow = -1;
 
+    int _watchListBatchDepth = 0;
+    bool _watchListChangedInBatch = false;
+
     mutable QMutex _badgeableLock;
     QSet<const DWTaskList*> _badgeable;
     // Follow-ups posted to the main thread and not yet run; only the last of a
     // burst rebuilds the table and the menu.
     std::atomic<int> _pendingFollowUps{0};
+    // Quitting: queued badge writes are skipped. Jobs finished, to tell a
+    // slow worker from a stuck one.
+    std::atomic<bool> _quitting{false};
+    std::atomic<quint64> _finishedBadgeJobs{0};
     QElapsedTimer _lastRefresh;
     qint64 _refreshCost = 0;             // milliseconds the last refresh took
     bool _statusMenuAwaitsPaint = false; // start-up: menu built after the first paint

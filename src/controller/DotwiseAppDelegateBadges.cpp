@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTableView>
+#include <QTimer>
 
 namespace {
 const QString noteWhenOn = QStringLiteral(
@@ -54,11 +55,12 @@ void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
     } else {
         _ui->hideOrQuitButton->setText(QStringLiteral("Quit"));
         _ui->noteLabel->setText(noteWhenOff);
-        // From here on no update may leave a badge behind (see updateBadge).
+        // Updates still queued now write nothing (see updateBadge); the one
+        // running may, and the removals queued behind it take its badge off.
         _forbidAllBadges();
         for (const TaskListPointer& taskList : std::as_const(_taskLists)) {
             taskList->clearOpenTasks();
-            setIcon(LWIconImage(), taskList->path(), true);
+            _removeBadgeAsync(taskList->path());
         }
     }
     reloadTable();
@@ -74,10 +76,13 @@ void DotwiseAppDelegate::updateBadgeAsync(TaskListPointer taskList, bool conceal
     if (!_isDotwiseEnabled)
         return;
     _backgroundQueue->addOperation([this, taskList = std::move(taskList), concealModification] {
-        updateBadge(taskList, concealModification);
-        _pendingFollowUps.fetch_add(1);
-        QMetaObject::invokeMethod(
-            this, [this, taskList] { _badgeUpdateDidFinish(taskList); }, Qt::QueuedConnection);
+        if (!_quitting) {
+            updateBadge(taskList, concealModification);
+            _pendingFollowUps.fetch_add(1);
+            QMetaObject::invokeMethod(
+                this, [this, taskList] { _badgeUpdateDidFinish(taskList); }, Qt::QueuedConnection);
+        }
+        ++_finishedBadgeJobs;
     });
 }
 
@@ -91,35 +96,35 @@ void DotwiseAppDelegate::updateBadge(const TaskListPointer& taskList, bool conce
     if (!_mayBadge(taskList.get()))
         return;
     taskList->updateOpenTasks();
-    const QString path = taskList->path();
-    if (_badgeMode == DWBadgeMode::Emblem) {
-        _setEmblem(path, taskList->openTasks(), concealModification);
-    } else {
-        setIcon(LWIconImage(), path, true);
-        const LWIconImage icon = _workspace->iconForFile(path);
-        setIcon(DWBadgeImage::addBadgeTo(icon, taskList->openTasks()), path, concealModification);
-    }
-    // Switched off or removed while this update ran: the main thread took its
-    // badge off before this one was written, so take this one off too.
-    if (!_mayBadge(taskList.get())) {
-        setIcon(LWIconImage(), path, true);
+    _writeBadge(taskList->path(), taskList->openTasks(), concealModification);
+    // Switched off or removed while this update ran: the removal queued behind
+    // it takes the badge off; the count goes now.
+    if (!_mayBadge(taskList.get()))
         taskList->clearOpenTasks();
+}
+
+void DotwiseAppDelegate::_writeBadge(const QString& path, int openTasks, bool concealModification) {
+    if (_badgeMode == DWBadgeMode::Emblem) {
+        _setEmblem(path, openTasks);
+        return;
     }
-}
-
-void DotwiseAppDelegate::setIcon(const LWIconImage& icon, const QString& path,
-                                 bool concealModification) {
-    const std::optional<LWTimestamp> date = _workspace->contentModificationDate(path);
-    _workspace->setIcon(icon, path);
-    // An emblem may be left from a run in the other mode.
-    if (icon.isEmpty() && _fileEmblems)
+    // An emblem may be left from a run in the other mode (asking costs no
+    // write when there is none).
+    if (_fileEmblems)
         _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix, QString());
-    if (concealModification && date)
-        _workspace->setContentModificationDate(path, *date);
+    // The plain icon never includes the custom one, so the old badge needs no
+    // removal first: one write replaces it.
+    const LWIconImage icon = _workspace->iconForFile(path);
+    setIcon(DWBadgeImage::addBadgeTo(icon, openTasks), path, concealModification);
 }
 
-void DotwiseAppDelegate::_setEmblem(const QString& path, int openTasks, bool concealModification) {
-    const std::optional<LWTimestamp> date = _workspace->contentModificationDate(path);
+void DotwiseAppDelegate::_removeBadge(const QString& path) {
+    setIcon(LWIconImage(), path, false);
+    if (_fileEmblems)
+        _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix, QString());
+}
+
+void DotwiseAppDelegate::_setEmblem(const QString& path, int openTasks) {
     // A picture may be left from a run in the other mode.
     _workspace->setIcon(LWIconImage(), path);
     // A count whose emblem can't be drawn still gets its name: the file
@@ -128,8 +133,6 @@ void DotwiseAppDelegate::_setEmblem(const QString& path, int openTasks, bool con
     _emblemTheme->install(openTasks);
     _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix,
                                 DWEmblemTheme::emblemName(openTasks));
-    if (concealModification && date)
-        _workspace->setContentModificationDate(path, *date);
     if (newEmblem) {
         QMetaObject::invokeMethod(
             this,
@@ -148,14 +151,29 @@ void DotwiseAppDelegate::_prepareEmblems(int from) {
     if (from >= common || !_isDotwiseEnabled)
         return;
     _backgroundQueue->addOperation([this, from, common] {
-        QList<int> counts;
-        for (int n = from; n < qMin(from + emblemsPerJob, common); ++n)
-            counts.append(n);
-        _emblemTheme->install(counts);
-        // The next few go behind whatever was queued meanwhile.
-        QMetaObject::invokeMethod(
-            this, [this, from] { _prepareEmblems(from + emblemsPerJob); }, Qt::QueuedConnection);
+        if (!_quitting) {
+            QList<int> counts;
+            for (int n = from; n < qMin(from + emblemsPerJob, common); ++n)
+                counts.append(n);
+            _emblemTheme->install(counts);
+            // The next few go behind whatever was queued meanwhile.
+            QMetaObject::invokeMethod(
+                this, [this, from] { _prepareEmblems(from + emblemsPerJob); },
+                Qt::QueuedConnection);
+        }
+        ++_finishedBadgeJobs;
     });
+}
+
+void DotwiseAppDelegate::_removeBadgeAsync(const QString& path) {
+    _backgroundQueue->addOperation([this, path] {
+        _removeBadge(path);
+        ++_finishedBadgeJobs;
+    });
+}
+
+void DotwiseAppDelegate::setIcon(const LWIconImage& icon, const QString& path, bool) {
+    _workspace->setIcon(icon, path);
 }
 
 void DotwiseAppDelegate::_badgeUpdateDidFinish(const TaskListPointer& taskList) {

@@ -8,12 +8,13 @@
 #include "views/DWNamedImage.h"
 
 #include <QAction>
-#include <QCursor>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QMainWindow>
 #include <QMenu>
 #include <QPainter>
 #include <QPixmap>
+#include <QScreen>
 #include <QSystemTrayIcon>
 
 namespace {
@@ -31,12 +32,8 @@ void DotwiseAppDelegate::_updateStatusMenu() {
         _statusMenuItem = new QSystemTrayIcon(_statusIconTemplate(), this);
         _statusMenuItem->setToolTip(QStringLiteral("Dotwise"));
         _statusMenuItem->setContextMenu(_statusMenu);
-        // A click on the item opens the menu, as a right-click does.
         connect(_statusMenuItem, &QSystemTrayIcon::activated, this,
-                [this](QSystemTrayIcon::ActivationReason reason) {
-                    if (reason == QSystemTrayIcon::Trigger)
-                        _statusMenu->popup(QCursor::pos());
-                });
+                &DotwiseAppDelegate::_statusItemActivated);
         // The fixed part: separator after the task lists (only when there
         // are some), "Show Dotwise Window", separator, "Make a Suggestion…".
         _taskListSeparator = new QAction(_statusMenu);
@@ -55,10 +52,10 @@ void DotwiseAppDelegate::_updateStatusMenu() {
         // Shown even without a tray: a panel that starts after Dotwise (as
         // at login) picks the item up then.
         _statusMenuItem->show();
-        if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        if (!_isSystemTrayAvailable()) {
             LW_LOG(2, "-[DotwiseAppDelegate _updateStatusMenu]",
                    QStringLiteral("No system tray available: the status menu is kept but not "
-                                  "shown; start Dotwise again to bring its window back"));
+                                  "shown; Hide and closing the window minimise it instead"));
         }
     }
 
@@ -83,7 +80,9 @@ void DotwiseAppDelegate::_updateStatusMenu() {
         const TaskListPointer& taskList = _taskLists.at(i);
         QAction* item = _taskListItems.at(i);
         const QString path = taskList->path();
-        const QString title = QFileInfo(path).fileName();
+        // A lone '&' would mark a mnemonic and vanish from the title.
+        QString title = QFileInfo(path).fileName();
+        title.replace(QLatin1Char('&'), QLatin1String("&&"));
         if (item->text() != title)
             item->setText(title);
         if (item->data().toString() != path)
@@ -95,13 +94,44 @@ void DotwiseAppDelegate::_updateStatusMenu() {
     emit statusMenuRebuilt();
 }
 
+void DotwiseAppDelegate::_statusItemActivated(QSystemTrayIcon::ActivationReason reason) {
+    if (reason != QSystemTrayIcon::Trigger)
+        return;
+    // A left click opens the menu at the item where the tray tells us where
+    // that is (XEmbed on X11). Over StatusNotifierItem and on Wayland it
+    // doesn't, and the pointer position there may be stale or inside our own
+    // window: the host shows the menu on a right click, and a left click
+    // brings the window forward rather than opening a menu in a wrong place.
+    const QRect item = _statusMenuItem->geometry();
+    const bool wayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    if (wayland || !item.isValid() || item.isEmpty()) {
+        showDotwiseWindowAction(_statusMenuItem);
+        return;
+    }
+    // Below the item, or above it when the tray is at the bottom of the screen.
+    const QSize menu = _statusMenu->sizeHint();
+    const QScreen* screen = QGuiApplication::screenAt(item.center());
+    const QRect available = screen ? screen->availableGeometry() : QRect();
+    QPoint at(item.left(), item.bottom() + 1);
+    if (available.isValid() && at.y() + menu.height() > available.bottom())
+        at.setY(item.top() - menu.height());
+    _statusMenu->popup(at);
+}
+
 QIcon DotwiseAppDelegate::_statusIconTemplate() {
+    // Every size a tray may ask for, drawn from the artwork at that size (so
+    // no host scales a small picture up), each also at twice the density.
     QIcon icon;
-    for (const qreal ratio : {1.0, 2.0}) {
-        const QImage artwork =
-            DWNamedImage::imageNamed(QStringLiteral("StatusIconTemplate"), ratio);
-        if (!artwork.isNull())
-            icon.addPixmap(QPixmap::fromImage(DWNamedImage::panelImage(artwork)));
+    for (const int side : {16, 22, 24, 32, 48, 64}) {
+        for (const qreal ratio : {1.0, 2.0}) {
+            const qreal scale = side * ratio / 22.0; // the artwork is drawn on 22 points
+            QImage artwork = DWNamedImage::imageNamed(QStringLiteral("StatusIconTemplate"), scale);
+            if (artwork.isNull())
+                continue;
+            QImage image = DWNamedImage::panelImage(artwork);
+            image.setDevicePixelRatio(ratio);
+            icon.addPixmap(QPixmap::fromImage(image));
+        }
     }
     if (icon.isNull()) {
         // Without the artwork, a plain dot keeps the item usable.
@@ -127,8 +157,13 @@ QIcon DotwiseAppDelegate::_menuBadgeIcon(int openTasks) {
         return *cached;
     if (_menuBadgeIcons.size() >= menuBadgeCacheLimit)
         _menuBadgeIcons.clear();
-    const DWBadgeImage badge(QSizeF(15, 15), openTasks, false);
-    const QIcon icon(QPixmap::fromImage(badge.image()));
+    // Both densities, so that a HiDPI menu shows a sharp badge.
+    QIcon icon;
+    for (const qreal ratio : {1.0, 2.0}) {
+        const DWBadgeImage badge(QSizeF(15, 15), openTasks, false, ratio);
+        if (!badge.isNull())
+            icon.addPixmap(QPixmap::fromImage(badge.image()));
+    }
     _menuBadgeIcons.insert(openTasks, icon);
     return icon;
 }
@@ -143,9 +178,7 @@ void DotwiseAppDelegate::taskListMenuItemAction(QAction* sender) {
 }
 
 void DotwiseAppDelegate::showDotwiseWindowAction(QObject*) {
-    _mainWindow->show();
-    _mainWindow->raise();
-    _mainWindow->activateWindow();
+    _bringWindowForward();
 }
 
 QUrl DotwiseAppDelegate::suggestionMailUrl(const QString& supportAddress,

@@ -98,11 +98,9 @@ void DotwiseAppDelegate::addFileToWatchList(const QString& path,
     _taskLists.append(taskList);
     if (_isDotwiseEnabled)
         _allowBadge(taskList.get());
-    reloadTable();
-    saveTaskLists();
     updateBadgeAsync(taskList, false);
     _fileWatcher->startWatchingFile(path);
-    _updateStatusMenu();
+    _watchListDidChange();
 }
 
 void DotwiseAppDelegate::removeTaskListFromWatchList(TaskListPointer taskList) {
@@ -118,10 +116,31 @@ void DotwiseAppDelegate::removeTaskListFromWatchList(TaskListPointer taskList) {
         }
     }
     _forbidBadge(taskList.get());
+    // On the worker: a hung mount or a busy metadata daemon must not freeze
+    // the window, and an update of this file queued before runs first.
+    _removeBadgeAsync(path);
+    _watchListDidChange();
+}
+
+void DotwiseAppDelegate::_watchListDidChange() {
+    if (_watchListBatchDepth > 0) {
+        _watchListChangedInBatch = true;
+        return;
+    }
     reloadTable();
     saveTaskLists();
-    setIcon(LWIconImage(), path, false);
-    _updateStatusMenu();
+    // At start-up the menu is built once the window has painted.
+    if (!_statusMenuAwaitsPaint)
+        _updateStatusMenu();
+}
+
+void DotwiseAppDelegate::_batchWatchListChanges(const std::function<void()>& changes) {
+    ++_watchListBatchDepth;
+    changes();
+    if (--_watchListBatchDepth > 0 || !_watchListChangedInBatch)
+        return;
+    _watchListChangedInBatch = false;
+    _watchListDidChange();
 }
 
 void DotwiseAppDelegate::fileModifiedAtPath(const QString& path) {

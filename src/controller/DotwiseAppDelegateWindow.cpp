@@ -12,6 +12,7 @@
 #include <QMainWindow>
 #include <QPropertyAnimation>
 #include <QPushButton>
+#include <QSystemTrayIcon>
 #include <QTableView>
 
 // ---------------------------------------------------------------------------
@@ -41,9 +42,28 @@ void DotwiseAppDelegate::_placeOnOffKnob(bool animated) {
 
 void DotwiseAppDelegate::hideOrQuitButtonAction(QObject*) {
     if (_isDotwiseEnabled)
-        _mainWindow->hide();
+        _putWindowAway();
     else
         _terminate();
+}
+
+bool DotwiseAppDelegate::_isSystemTrayAvailable() const {
+    return _systemTrayAvailable ? _systemTrayAvailable() : QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+void DotwiseAppDelegate::_putWindowAway() {
+    // Asked now, not at start: a panel may have come or gone since.
+    if (_isSystemTrayAvailable())
+        _mainWindow->hide();
+    else
+        _mainWindow->showMinimized();
+}
+
+void DotwiseAppDelegate::_bringWindowForward() {
+    _mainWindow->setWindowState(_mainWindow->windowState() & ~Qt::WindowMinimized);
+    _mainWindow->show();
+    _mainWindow->raise();
+    _mainWindow->activateWindow();
 }
 
 void DotwiseAppDelegate::reloadTable() {
@@ -61,15 +81,18 @@ bool DotwiseAppDelegate::acceptDrop(const QMimeData* data, Qt::DropActions sourc
     if (!(sourceOperations & Qt::CopyAction))
         return false;
     bool accepted = false;
-    for (const QString& path : DWTableDropTarget::filePaths(data)) {
-        // A folder is never a task list, whatever its name says.
-        if (QFileInfo(path).isDir() || !_workspace->isTextFile(path))
-            continue;
-        LW_LOG(3, "-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]",
-               QStringLiteral("Dropped plain text file: %1").arg(path));
-        addFileToWatchList(path);
-        accepted = true;
-    }
+    // One save, one table reload and one menu rebuild for the whole drop.
+    _batchWatchListChanges([&] {
+        for (const QString& path : DWTableDropTarget::filePaths(data)) {
+            // A folder is never a task list, whatever its name says.
+            if (QFileInfo(path).isDir() || !_workspace->isTextFile(path))
+                continue;
+            LW_LOG(3, "-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]",
+                   QStringLiteral("Dropped plain text file: %1").arg(path));
+            addFileToWatchList(path);
+            accepted = true;
+        }
+    });
     return accepted;
 }
 

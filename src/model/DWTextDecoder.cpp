@@ -20,61 +20,30 @@ void appendCodePoint(char16_t*& out, char32_t c) {
 } // namespace
 
 std::optional<DWTextDecoder::ByteOrderMark> DWTextDecoder::byteOrderMark(QByteArrayView head) {
-    const auto* b = reinterpret_cast<const uchar*>(head.data());
-    const qsizetype n = head.size();
-    if (n >= 4 && b[0] == 0xFF && b[1] == 0xFE && b[2] == 0 && b[3] == 0)
-        return ByteOrderMark{Encoding::Utf32LE, 4};
-    if (n >= 4 && b[0] == 0 && b[1] == 0 && b[2] == 0xFE && b[3] == 0xFF)
-        return ByteOrderMark{Encoding::Utf32BE, 4};
-    if (n >= 3 && b[0] == 0xEF && b[1] == 0xBB && b[2] == 0xBF)
-        return ByteOrderMark{Encoding::Utf8, 3};
-    if (n >= 2 && b[0] == 0xFF && b[1] == 0xFE)
-        return ByteOrderMark{Encoding::Utf16LE, 2};
-    if (n >= 2 && b[0] == 0xFE && b[1] == 0xFF)
-        return ByteOrderMark{Encoding::Utf16BE, 2};
-    return std::nullopt;
-}
-
-DWTextDecoder::Encoding DWTextDecoder::detectEncoding(QByteArrayView bytes, int* markLength) {
-    const std::optional<ByteOrderMark> mark = byteOrderMark(bytes);
-    if (markLength)
-        *markLength = mark ? mark->length : 0;
-    if (mark)
-        return mark->encoding;
-    return isValidUtf8(bytes) ? Encoding::Utf8 : Encoding::Latin1;
+    const std::optional<Encoding> encoding = QStringConverter::encodingForData(head);
+    if (!encoding)
+        return std::nullopt;
+    switch (*encoding) {
+    case Encoding::Utf8:
+        return ByteOrderMark{*encoding, 3};
+    case Encoding::Utf32LE:
+    case Encoding::Utf32BE:
+        return ByteOrderMark{*encoding, 4};
+    default:
+        return ByteOrderMark{*encoding, 2};
+    }
 }
 
 QString DWTextDecoder::decodeAll(QByteArrayView bytes) {
-    int markLength = 0;
-    DWTextDecoder decoder(detectEncoding(bytes, &markLength));
+    const std::optional<ByteOrderMark> mark = byteOrderMark(bytes);
+    const int markLength = mark ? mark->length : 0;
+    DWTextDecoder decoder(mark                  ? mark->encoding
+                          : bytes.isValidUtf8() ? Encoding::Utf8
+                                                : Encoding::Latin1);
     QString text;
     decoder.decode(bytes.sliced(markLength), text);
     decoder.finish(text);
     return text;
-}
-
-const char* DWTextDecoder::encodingName(Encoding encoding) {
-    switch (encoding) {
-    case Encoding::Utf8:
-        return "UTF-8";
-    case Encoding::Utf16LE:
-        return "UTF-16LE";
-    case Encoding::Utf16BE:
-        return "UTF-16BE";
-    case Encoding::Utf32LE:
-        return "UTF-32LE";
-    case Encoding::Utf32BE:
-        return "UTF-32BE";
-    case Encoding::Latin1:
-        return "ISO-8859-1";
-    }
-    return "";
-}
-
-bool DWTextDecoder::isValidUtf8(QByteArrayView bytes) {
-    Utf8Validator validator;
-    validator.feed(bytes);
-    return validator.finish();
 }
 
 void DWTextDecoder::Utf8Validator::feed(QByteArrayView bytes) {
@@ -152,7 +121,7 @@ qsizetype DWTextDecoder::decodePiece(const uchar* p, const uchar* end, bool last
     out.resize(oldSize + (end - p) + 1);
     char16_t* o = reinterpret_cast<char16_t*>(out.data()) + oldSize;
     switch (_encoding) {
-    case Encoding::Latin1:
+    default: // Latin-1; the detection gives no other encoding
         while (p < end)
             *o++ = *p++;
         break;

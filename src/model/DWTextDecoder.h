@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
+#include <QStringConverter>
 #include <optional>
 
 // Turns the bytes of a task file into text, a chunk at a time. Which encoding
@@ -10,9 +11,13 @@
 // endian); without one, text that is valid UTF-8 throughout is UTF-8, and
 // anything else is Latin-1. Bytes that do not decode become U+FFFD; nothing is
 // ever refused.
+//
+// Decoding stays by hand: QStringDecoder (Qt 6.4), fed in pieces, swallows the
+// byte after a damaged UTF-8 sequence cut at a piece's end (a line break, say),
+// drops a sequence cut at the end of the data and keeps lone UTF-16 surrogates.
 class DWTextDecoder {
 public:
-    enum class Encoding { Utf8, Utf16LE, Utf16BE, Utf32LE, Utf32BE, Latin1 };
+    using Encoding = QStringConverter::Encoding;
     struct ByteOrderMark {
         Encoding encoding;
         int length;
@@ -21,10 +26,8 @@ public:
     // The mark at the start of `head` (give it at least 4 bytes when the data
     // has them: UTF-32 LE begins like UTF-16 LE).
     static std::optional<ByteOrderMark> byteOrderMark(QByteArrayView head);
-    // The encoding of a whole buffer and the length of its mark.
-    static Encoding detectEncoding(QByteArrayView bytes, int* markLength = nullptr);
+    // The whole buffer's text, in one piece.
     static QString decodeAll(QByteArrayView bytes);
-    static const char* encodingName(Encoding encoding);
 
     // The length of the well-formed UTF-8 sequence at p (1 to 4), Invalid when
     // the bytes there cannot begin one, Incomplete when `end` cuts a sequence
@@ -33,7 +36,6 @@ public:
     static constexpr int Invalid = 0;
     static constexpr int Incomplete = -1;
     static int utf8SequenceLength(const uchar* p, const uchar* end) noexcept;
-    static bool isValidUtf8(QByteArrayView bytes);
 
     // Checks UTF-8 validity over data given in pieces.
     class Utf8Validator {

@@ -1,41 +1,42 @@
 #pragma once
 
 #include <QByteArray>
-#include <QList>
-#include <QPair>
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <optional>
 
+struct _GKeyFile;
+
 // The [Desktop Entry] group of a freedesktop desktop entry file (applications,
-// autostart entries): string values with their escapes undone, booleans, and
-// the Exec key split into arguments. Other groups are ignored.
+// autostart entries), read and written by GLib's key-file parser: the rules
+// the session itself applies to the entries it starts.
 class DWDesktopEntry {
 public:
-    DWDesktopEntry() = default;
+    DWDesktopEntry();
 
-    // Nothing when the file cannot be read or has no [Desktop Entry] group.
+    // Nothing when the file cannot be read or parsed, or has no [Desktop Entry]
+    // group.
     static std::optional<DWDesktopEntry> fromFile(const QString& path);
     static std::optional<DWDesktopEntry> fromData(const QByteArray& data);
 
     bool contains(const QString& key) const;
-    // The value with \s, \n, \t, \r and \\ undone; empty when absent.
+    // The value with its escapes undone; empty when absent.
     QString value(const QString& key) const;
-    // "true" or "false"; anything else is `defaultValue`.
+    // "true" or "1", "false" or "0"; anything else is `defaultValue`.
     bool boolValue(const QString& key, bool defaultValue) const;
-    // Replaces the key's value in place, or appends the key.
     void setValue(const QString& key, const QString& value);
 
     QByteArray toData() const;
     // Written to a temporary file and renamed over `path`.
     bool save(const QString& path) const;
 
-    // The Exec value's arguments, with quoting undone and field codes (%f, %U,
-    // ...) removed; empty when the quoting is broken.
+    // The Exec value's arguments, with field codes (%f, %U, ...) removed and
+    // quoting undone; empty when the quoting is broken.
     QStringList execArguments() const;
     // One argument quoted for an Exec value when it needs quoting.
     static QString quoteExecArgument(const QString& argument);
 
 private:
-    QList<QPair<QString, QString>> _values; // in file order, values unescaped
+    std::unique_ptr<_GKeyFile, void (*)(_GKeyFile*)> _keyFile;
 };

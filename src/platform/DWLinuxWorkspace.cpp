@@ -46,34 +46,34 @@ LWIconImage bundledDocumentIcon() {
     return icon;
 }
 
-// Custom-icon files of one task file share a prefix made from its path, so
-// every older one can be found and deleted, even after the file is gone.
-QString iconFilePrefix(const QString& path) {
+// The pictures of one task file live in a folder of their own, named from its
+// path: replacing or removing them never lists the pictures of other files,
+// and they can be found again after the file is gone.
+QString pictureFolderName(const QString& path) {
     const QByteArray hash = QCryptographicHash::hash(
         QFile::encodeName(QFileInfo(path).absoluteFilePath()), QCryptographicHash::Sha1);
-    return QString::fromLatin1(hash.toHex().left(16)) + QLatin1Char('-');
+    return QString::fromLatin1(hash.toHex().left(20));
 }
+// Next to the pictures: the path of the file they belong to.
+const QString pictureOwnerFileName = QStringLiteral("file");
 
-// Sets the access and modification dates to what they are: only the file's
-// change time moves, which is the attribute change file managers watch for.
-bool touchWithoutChangingDates(const QString& path) {
+// Sets the file's mode to what it is: only the change time moves, and the
+// attribute event it raises makes file managers redraw the icon. No date is
+// written, so a save landing at the same moment keeps its own.
+bool touchChangeTime(const QString& path) {
     const QByteArray name = QFile::encodeName(path);
-    struct statx info {};
-    if (statx(AT_FDCWD, name.constData(), 0, STATX_ATIME | STATX_MTIME, &info) != 0 ||
-        !(info.stx_mask & STATX_MTIME))
-        return false;
-    struct timespec times[2] = {{0, UTIME_OMIT},
-                                {info.stx_mtime.tv_sec, long(info.stx_mtime.tv_nsec)}};
-    if (info.stx_mask & STATX_ATIME)
-        times[0] = {info.stx_atime.tv_sec, long(info.stx_atime.tv_nsec)};
-    return utimensat(AT_FDCWD, name.constData(), times, 0) == 0;
+    struct stat info {};
+    return ::stat(name.constData(), &info) == 0 &&
+           ::chmod(name.constData(), info.st_mode & 07777) == 0;
 }
 
-QString takeErrorMessage(GError*& error) {
-    const QString reason =
-        error ? QString::fromUtf8(error->message) : QStringLiteral("unknown error");
-    g_clear_error(&error);
-    return reason;
+void removeFolder(const QString& folder) {
+    QDir dir(folder);
+    if (!dir.exists())
+        return;
+    for (const QString& name : dir.entryList(QDir::Files | QDir::Hidden | QDir::System))
+        dir.remove(name);
+    QDir().rmdir(folder);
 }
 
 struct GObjectDeleter {
@@ -110,6 +110,20 @@ private:
     }
     std::lock_guard<std::mutex> _hold;
 };
+
+// The file's custom icon as a local path, or empty. GIO reads the metadata
+// store directly, without a round trip to the daemon.
+QString customIconPicture(const QString& path) {
+    GFilePointer file(g_file_new_for_path(QFile::encodeName(path).constData()));
+    GFileInfo* info = g_file_query_info(file.get(), customIconAttribute, G_FILE_QUERY_INFO_NONE,
+                                        nullptr, nullptr);
+    if (!info)
+        return QString();
+    const char* uri = g_file_info_get_attribute_string(info, customIconAttribute);
+    const QString picture = uri ? QUrl::fromEncoded(QByteArray(uri)).toLocalFile() : QString();
+    g_object_unref(info);
+    return picture;
+}
 
 QString gsettingsIconThemeName() {
     GSettingsSchemaSource* source = g_settings_schema_source_get_default();
@@ -161,10 +175,20 @@ DWLinuxWorkspace::DWLinuxWorkspace(const Options& options) {
     _iconTheme = std::make_unique<DWIconTheme>(themeName, options.iconSearchPaths.isEmpty()
                                                               ? DWIconTheme::defaultSearchPaths()
                                                               : options.iconSearchPaths);
-    _cacheDirectory = options.cacheDirectory;
-    if (_cacheDirectory.isEmpty())
-        _cacheDirectory = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-                          QStringLiteral("/dotwise");
+    _pictureDirectory = options.pictureDirectory;
+    if (_pictureDirectory.isEmpty()) {
+        // State, not cache: users and tools clean caches, and every badge
+        // would then point at a missing picture.
+        QString state = qEnvironmentVariable("XDG_STATE_HOME");
+        if (state.isEmpty() || QDir::isRelativePath(state))
+            state = QDir::homePath() + QStringLiteral("/.local/state");
+        _pictureDirectory = state + QStringLiteral("/dotwise/badges");
+    }
+}
+
+QString DWLinuxWorkspace::legacyPictureDirectory() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+           QStringLiteral("/dotwise");
 }
 
 DWLinuxWorkspace::~DWLinuxWorkspace() = default;
@@ -218,71 +242,126 @@ LWIconImage DWLinuxWorkspace::iconForFile(const QString& path) const {
     return icon;
 }
 
-QString DWLinuxWorkspace::writeIconFile(const QImage& image, const QString& prefix) const {
-    if (!QDir().mkpath(_cacheDirectory))
-        return QString();
-    // Other users have no business knowing which files are badged.
-    QFile::setPermissions(_cacheDirectory,
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    const QString path = _cacheDirectory + QLatin1Char('/') + prefix +
-                         QString::number(QRandomGenerator::global()->generate64(), 36) +
-                         QStringLiteral(".png");
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
-        return QString();
-    return path;
+QString DWLinuxWorkspace::pictureFolderFor(const QString& path) const {
+    return _pictureDirectory + QLatin1Char('/') + pictureFolderName(path);
 }
 
-void DWLinuxWorkspace::removeCachedIcons(const QString& prefix, const QString& keep) const {
-    const QDir cache(_cacheDirectory);
-    for (const QString& name :
-         cache.entryList({prefix + QStringLiteral("*.png")}, QDir::Files | QDir::Hidden)) {
-        const QString path = cache.filePath(name);
-        if (path != keep)
-            QFile::remove(path);
+bool DWLinuxWorkspace::isOurPicture(const QString& picture) const {
+    return !picture.isEmpty() && (picture.startsWith(_pictureDirectory + QLatin1Char('/')) ||
+                                  picture.startsWith(legacyPictureDirectory() + QLatin1Char('/')));
+}
+
+QString DWLinuxWorkspace::writePicture(const QImage& image, const QString& folder,
+                                       const QString& path) const {
+    const bool isNew = !QFileInfo::exists(folder);
+    if (!QDir().mkpath(folder))
+        return QString();
+    if (isNew) {
+        // Other users have no business knowing which files are badged.
+        QFile::setPermissions(_pictureDirectory, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                     QFileDevice::ExeOwner);
+        QSaveFile owner(folder + QLatin1Char('/') + pictureOwnerFileName);
+        if (!owner.open(QIODevice::WriteOnly) ||
+            owner.write(QFile::encodeName(QFileInfo(path).absoluteFilePath())) < 0 ||
+            !owner.commit())
+            return QString();
     }
+    // A fresh name for every picture: file managers keep images by URI.
+    const QString picture = folder + QLatin1Char('/') +
+                            QString::number(QRandomGenerator::global()->generate64(), 36) +
+                            QStringLiteral(".png");
+    QSaveFile file(picture);
+    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
+        return QString();
+    return picture;
+}
+
+bool DWLinuxWorkspace::writeCustomIconAttribute(const QString& path, const QString& picture) {
+    GFilePointer file(g_file_new_for_path(QFile::encodeName(path).constData()));
+    GError* error = nullptr;
+    gboolean done;
+    if (picture.isEmpty()) {
+        done = g_file_set_attribute(file.get(), customIconAttribute, G_FILE_ATTRIBUTE_TYPE_INVALID,
+                                    nullptr, G_FILE_QUERY_INFO_NONE, nullptr, &error);
+    } else {
+        const QByteArray uri = QUrl::fromLocalFile(picture).toEncoded();
+        done = g_file_set_attribute_string(file.get(), customIconAttribute, uri.constData(),
+                                           G_FILE_QUERY_INFO_NONE, nullptr, &error);
+    }
+    if (done)
+        return true;
+    const QString reason =
+        error ? QString::fromUtf8(error->message) : QStringLiteral("unknown error");
+    g_clear_error(&error);
+    return reportMetadataFailure(reason, path);
+}
+
+bool DWLinuxWorkspace::reportMetadataFailure(const QString& reason, const QString& path) {
+    if (!_warnedAboutMetadata.exchange(true))
+        LW_LOG(1, "-[DWLinuxWorkspace setIcon:forFile:]",
+               QStringLiteral("Can't set custom file icons, so the file manager shows no "
+                              "badges (%1). They need a D-Bus session with the gvfs "
+                              "metadata service.")
+                   .arg(reason));
+    else
+        LW_LOG(3, "-[DWLinuxWorkspace setIcon:forFile:]",
+               QStringLiteral("Custom icon not changed on %1: %2").arg(path, reason));
+    return false;
 }
 
 bool DWLinuxWorkspace::setIcon(const LWIconImage& icon, const QString& path) {
     std::lock_guard lock(_setIconLock);
-    const QString prefix = iconFilePrefix(path);
-    if (path.isEmpty() || !QFileInfo::exists(path)) {
-        // A vanished file keeps nothing of ours in the cache.
-        removeCachedIcons(prefix, QString());
+    if (path.isEmpty())
+        return false;
+    const QString folder = pictureFolderFor(path);
+    if (!QFileInfo::exists(path)) {
+        // A vanished file keeps nothing of ours.
+        removeFolder(folder);
         return false;
     }
 
-    QString iconFile;
-    if (!icon.isEmpty()) {
-        iconFile = writeIconFile(icon.largestImage(), prefix);
-        if (iconFile.isEmpty()) {
+    const MetadataWriteScope scope;
+    const QString current = customIconPicture(path);
+    QString picture;
+    if (icon.isEmpty()) {
+        // Nothing of ours on the file: no write, no round trip to the daemon.
+        if (!isOurPicture(current) && !QFileInfo::exists(folder))
+            return true;
+        if (!current.isEmpty() && !isOurPicture(current)) {
+            removeFolder(folder);
+            return true;
+        }
+    } else {
+        picture = writePicture(icon.largestImage(), folder, path);
+        if (picture.isEmpty()) {
             LW_LOG(1, "-[DWLinuxWorkspace setIcon:forFile:]",
                    QStringLiteral("Can't write the icon file for %1 in %2")
-                       .arg(path, _cacheDirectory));
+                       .arg(path, _pictureDirectory));
             return false;
         }
     }
 
-    GFilePointer file(g_file_new_for_path(QFile::encodeName(path).constData()));
-    GError* error = nullptr;
-    gboolean done;
-    const MetadataWriteScope scope;
-    if (iconFile.isEmpty()) {
-        done = g_file_set_attribute(file.get(), customIconAttribute, G_FILE_ATTRIBUTE_TYPE_INVALID,
-                                    nullptr, G_FILE_QUERY_INFO_NONE, nullptr, &error);
-    } else {
-        const QByteArray uri = QUrl::fromLocalFile(iconFile).toEncoded();
-        done = g_file_set_attribute_string(file.get(), customIconAttribute, uri.constData(),
-                                           G_FILE_QUERY_INFO_NONE, nullptr, &error);
-    }
-    if (!done) {
-        reportMetadataFailure(takeErrorMessage(error), path);
-        if (!iconFile.isEmpty())
-            QFile::remove(iconFile);
+    if (!writeCustomIconAttribute(path, picture)) {
+        if (!picture.isEmpty()) {
+            QFile::remove(picture);
+            if (QDir(folder).entryList({QStringLiteral("*.png")}, QDir::Files).isEmpty())
+                removeFolder(folder);
+        }
         return false;
     }
-    removeCachedIcons(prefix, iconFile);
-    touchWithoutChangingDates(path);
+    if (picture.isEmpty()) {
+        removeFolder(folder);
+    } else {
+        const QDir dir(folder);
+        for (const QString& name : dir.entryList({QStringLiteral("*.png")}, QDir::Files)) {
+            if (dir.filePath(name) != picture)
+                QFile::remove(dir.filePath(name));
+        }
+    }
+    // A picture from an earlier version, in the cache or in another file's folder.
+    if (isOurPicture(current) && !current.startsWith(folder + QLatin1Char('/')))
+        QFile::remove(current);
+    touchChangeTime(path);
     return true;
 }
 
@@ -291,7 +370,6 @@ bool DWLinuxWorkspace::replaceEmblem(const QString& path, const QString& ownPref
     if (path.isEmpty() || !QFileInfo::exists(path))
         return false;
     GFilePointer file(g_file_new_for_path(QFile::encodeName(path).constData()));
-    GError* error = nullptr;
     const MetadataWriteScope scope;
     // The user's own emblems stay.
     QList<QByteArray> emblems;
@@ -309,11 +387,12 @@ bool DWLinuxWorkspace::replaceEmblem(const QString& path, const QString& ownPref
         g_object_unref(info);
     }
     // Nothing of ours to take off: no write, and no redraw for it (every
-    // picture update asks, in case a run in emblem mode left one).
+    // picture removal asks, in case a run in emblem mode left one).
     if (name.isEmpty() && !hadOwn)
         return true;
     if (!name.isEmpty())
         emblems.append(name.toUtf8());
+    GError* error = nullptr;
     gboolean done;
     if (emblems.isEmpty()) {
         done = g_file_set_attribute(file.get(), emblemsAttribute, G_FILE_ATTRIBUTE_TYPE_INVALID,
@@ -326,23 +405,33 @@ bool DWLinuxWorkspace::replaceEmblem(const QString& path, const QString& ownPref
         done = g_file_set_attribute(file.get(), emblemsAttribute, G_FILE_ATTRIBUTE_TYPE_STRINGV,
                                     names.data(), G_FILE_QUERY_INFO_NONE, nullptr, &error);
     }
-    if (!done)
-        return reportMetadataFailure(takeErrorMessage(error), path);
-    touchWithoutChangingDates(path);
+    if (!done) {
+        const QString reason =
+            error ? QString::fromUtf8(error->message) : QStringLiteral("unknown error");
+        g_clear_error(&error);
+        return reportMetadataFailure(reason, path);
+    }
+    touchChangeTime(path);
     return true;
 }
 
-bool DWLinuxWorkspace::reportMetadataFailure(const QString& reason, const QString& path) {
-    if (!_warnedAboutMetadata.exchange(true))
-        LW_LOG(1, "-[DWLinuxWorkspace setIcon:forFile:]",
-               QStringLiteral("Can't set custom file icons, so the file manager shows no "
-                              "badges (%1). They need a D-Bus session with the gvfs "
-                              "metadata service.")
-                   .arg(reason));
-    else
-        LW_LOG(3, "-[DWLinuxWorkspace setIcon:forFile:]",
-               QStringLiteral("Custom icon not changed on %1: %2").arg(path, reason));
-    return false;
+QStringList DWLinuxWorkspace::filesWithPictures() const {
+    QStringList files;
+    const QDir pictures(_pictureDirectory);
+    for (const QString& name : pictures.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile owner(pictures.filePath(name) + QLatin1Char('/') + pictureOwnerFileName);
+        if (owner.open(QIODevice::ReadOnly))
+            files.append(QFile::decodeName(owner.readAll()));
+    }
+    return files;
+}
+
+void DWLinuxWorkspace::removeLegacyPictures() const {
+    QDir legacy(legacyPictureDirectory());
+    for (const QString& name :
+         legacy.entryList({QStringLiteral("*.png")}, QDir::Files | QDir::Hidden))
+        legacy.remove(name);
+    QDir().rmdir(legacy.path());
 }
 
 std::optional<LWTimestamp> DWLinuxWorkspace::contentModificationDate(const QString& path) const {
@@ -367,6 +456,23 @@ bool DWLinuxWorkspace::openUrl(const QUrl& url) {
     if (!url.isValid() || url.isEmpty() || url.isRelative() || !canUseDesktopServices())
         return false;
     return QDesktopServices::openUrl(url);
+}
+
+bool DWLinuxWorkspace::openUrlText(const QString& url) {
+    const QUrl checked(url);
+    if (!checked.isValid() || checked.isRelative() || !canUseDesktopServices())
+        return false;
+    // GIO hands the receiver the text as it is; QDesktopServices would pass a
+    // QUrl's lower-cased scheme and host.
+    GError* error = nullptr;
+    const bool opened =
+        g_app_info_launch_default_for_uri(url.toUtf8().constData(), nullptr, &error);
+    if (error) {
+        LW_LOG(1, "-[DWLinuxWorkspace openURL:]",
+               QStringLiteral("Cannot open %1: %2").arg(url, QString::fromUtf8(error->message)));
+        g_error_free(error);
+    }
+    return opened;
 }
 
 bool DWLinuxWorkspace::selectFile(const QString& path, const QString& rootPath) {

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <algorithm>
 
 namespace {
 QString applicationIdentifier() {
@@ -40,7 +41,6 @@ QString resolvedProgram(const DWDesktopEntry& entry) {
 
 struct AutostartEntry {
     QString path;
-    DWDesktopEntry entry;
     bool isForProgram = false; // Exec resolves to the program asked about
     bool counts = false;       // ... and the session will start it
 };
@@ -57,10 +57,9 @@ QList<AutostartEntry> autostartEntries(const QUrl& appURL) {
         const std::optional<DWDesktopEntry> entry = DWDesktopEntry::fromFile(item.path);
         if (!entry)
             continue;
-        item.entry = *entry;
-        item.isForProgram = !program.isEmpty() && resolvedProgram(item.entry) == program;
-        item.counts = item.isForProgram && !item.entry.boolValue(QStringLiteral("Hidden"), false) &&
-                      item.entry.boolValue(QStringLiteral("X-GNOME-Autostart-enabled"), true);
+        item.isForProgram = !program.isEmpty() && resolvedProgram(*entry) == program;
+        item.counts = item.isForProgram && !entry->boolValue(QStringLiteral("Hidden"), false) &&
+                      entry->boolValue(QStringLiteral("X-GNOME-Autostart-enabled"), true);
         entries.append(item);
     }
     return entries;
@@ -139,18 +138,20 @@ void LaunchAtLoginController::setLaunchAtLogin(const QUrl& appURL, bool enabled)
         if (entry.counts)
             return;
     }
-    // The usual name, unless another copy of the application holds it.
+    // The usual name, unless a file that is not ours (another copy's entry, or
+    // one too broken to read) holds it.
     const QDir folder(autostartDirectory());
     QString path = folder.filePath(applicationIdentifier() + QStringLiteral(".desktop"));
-    for (const AutostartEntry& entry : entries) {
-        if (entry.path == path && !entry.isForProgram) {
-            const QByteArray hash =
-                QCryptographicHash::hash(QFile::encodeName(program), QCryptographicHash::Sha1)
-                    .toHex()
-                    .left(8);
-            path = folder.filePath(applicationIdentifier() + QLatin1Char('-') +
-                                   QString::fromLatin1(hash) + QStringLiteral(".desktop"));
-        }
+    const bool ours = std::any_of(entries.begin(), entries.end(), [&](const AutostartEntry& e) {
+        return e.path == path && e.isForProgram;
+    });
+    if (QFileInfo::exists(path) && !ours) {
+        const QByteArray hash =
+            QCryptographicHash::hash(QFile::encodeName(program), QCryptographicHash::Sha1)
+                .toHex()
+                .left(8);
+        path = folder.filePath(applicationIdentifier() + QLatin1Char('-') +
+                               QString::fromLatin1(hash) + QStringLiteral(".desktop"));
     }
     QDir().mkpath(folder.path());
     newAutostartEntry(program).save(path);

@@ -4,6 +4,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QHash>
 #include <QMutex>
@@ -74,6 +75,34 @@ private:
     QHash<Key, QImage> _badges;
 };
 
+// Whether the text, laid out as draw() lays it out (centred across, its line
+// box centred down), has all of its ink inside the disc, with a little room
+// to the rim.
+bool inkFitsDisc(const QFont& font, const QString& text, const QRectF& disc, qreal width,
+                 qreal height) {
+    const QFontMetricsF metrics(font);
+    const qreal topGap = std::floor((height - metrics.height()) * 0.5);
+    // Across: the glyphs' own extent; up and down: digits stand on the
+    // baseline and reach the cap height (a minus sign lies between).
+    const QRectF glyphs = metrics.tightBoundingRect(text);
+    const qreal left = (width - metrics.horizontalAdvance(text)) * 0.5 + glyphs.left();
+    const qreal baseline = topGap + metrics.ascent();
+    const QRectF ink(left, baseline - metrics.capHeight(), glyphs.width(), metrics.capHeight());
+    const QPointF centre = disc.center();
+    const qreal rx = disc.width() * 0.5 * 0.9;
+    const qreal ry = disc.height() * 0.5 * 0.9;
+    if (!(rx > 0) || !(ry > 0))
+        return false;
+    for (const QPointF corner :
+         {ink.topLeft(), ink.topRight(), ink.bottomLeft(), ink.bottomRight()}) {
+        const qreal dx = (corner.x() - centre.x()) / rx;
+        const qreal dy = (corner.y() - centre.y()) / ry;
+        if (dx * dx + dy * dy > 1.0)
+            return false;
+    }
+    return true;
+}
+
 BadgeCache& badgeCache() {
     static BadgeCache cache;
     return cache;
@@ -116,16 +145,23 @@ void DWBadgeImage::draw(int openTasks, bool drawShadowFlag) {
     painter.setBrush(QColor::fromRgbF(0.76f, 0.05f, 0.11f, 1.0f));
     painter.drawEllipse(disc);
 
-    const int fontSize = fontSizeFor(height, openTasks);
+    int fontSize = fontSizeFor(height, openTasks);
     if (fontSize > 0) {
         QFont font = QGuiApplication::font();
         font.setBold(true);
         font.setPixelSize(fontSize);
+        const QString text = QString::number(openTasks);
+        // Up to three characters the font is as given; longer numbers get
+        // the largest smaller font that keeps every digit inside the disc.
+        if (text.size() > 3) {
+            while (fontSize > 1 && !inkFitsDisc(font, text, disc, width, height)) {
+                --fontSize;
+                font.setPixelSize(fontSize);
+            }
+        }
         painter.setFont(font);
         painter.setPen(Qt::white);
-        const QString text = QString::number(openTasks);
-        // One line, centred across; a number wider than the badge is centred
-        // and cut at the badge's edges rather than wrapped.
+        // One line, centred across.
         const int flags = Qt::AlignHCenter | Qt::AlignTop | Qt::TextSingleLine;
         const qreal lineHeight =
             painter.boundingRect(QRectF(0, 0, width, height), flags, text).height();

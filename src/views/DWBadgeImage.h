@@ -11,6 +11,8 @@ class QPainter;
 
 // The red count badge: a red disc with the count in white bold digits and a
 // light gloss over its upper half, optionally over a soft drop shadow.
+// Numbers of four characters or more get a smaller font, as large as lets
+// every digit show inside the disc.
 //
 // Drawn once, when constructed, into a premultiplied ARGB32 QImage and never
 // redrawn. Only QImage and QPainter are used, so badges can be made on the
@@ -51,6 +53,7 @@ public:
 
     // The geometry the drawing uses, exposed so that it can be checked.
     static float marginFor(qreal width, bool drawShadow);
+    // Before any fitting of a long number.
     static int fontSizeFor(qreal height, int openTasks);
     static qreal badgeSideFor(qreal iconWidth);
 

@@ -24,8 +24,9 @@ QImage DWNamedImage::imageNamed(const QString& name, qreal devicePixelRatio) {
         QSvgRenderer renderer(svgPath(name));
         const QSize points = renderer.defaultSize();
         if (renderer.isValid() && !points.isEmpty()) {
-            const QSize pixels(int(std::ceil(points.width() * ratio)),
-                               int(std::ceil(points.height() * ratio)));
+            // A hair above an integer is that integer: 22 x (16 / 22) is 16.
+            const QSize pixels(int(std::ceil(points.width() * ratio - 1e-6)),
+                               int(std::ceil(points.height() * ratio - 1e-6)));
             QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
             image.fill(Qt::transparent);
             QPainter painter(&image);

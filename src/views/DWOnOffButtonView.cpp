@@ -41,7 +41,10 @@ void DWOnOffButtonView::paintEvent(QPaintEvent*) {
     const QSizeF bounds = size();
     const QSizeF picture = _image.deviceIndependentSize();
     const qreal x = std::round((bounds.width() - picture.width()) * 0.5);
-    const qreal y = std::round((bounds.height() - picture.height()) * 0.5);
+    // The picture's distance from the bottom is what rounds, as with any
+    // y-up drawing: an odd leftover puts the extra pixel above the picture.
+    const qreal spare = bounds.height() - picture.height();
+    const qreal y = spare - std::round(spare * 0.5);
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter.setOpacity(1.0);
@@ -62,9 +65,11 @@ void DWOnOffButtonView::mouseReleaseEvent(QMouseEvent* event) {
         return;
     }
     event->accept();
-    // Half-open bounds: a release on the right or bottom edge is outside.
+    // Half-open bounds measured from the bottom-left corner: a release on the
+    // left or bottom edge is inside, one on the right or top edge outside.
     const QPointF point = event->position();
-    if (point.x() < 0 || point.y() < 0 || point.x() >= width() || point.y() >= height())
+    const qreal fromBottom = height() - point.y();
+    if (point.x() < 0 || point.x() >= width() || fromBottom < 0 || fromBottom >= height())
         return;
     for (QObject* child : children()) {
         if (auto* button = qobject_cast<QAbstractButton*>(child)) {

@@ -91,6 +91,31 @@ TEST(WatchCommand, JsonLinesAndAQuietEndOnSignals) {
     EXPECT_TRUE(interrupted.exitedWith(0));
 }
 
+TEST(WatchCommand, StatusBarFormatsPrintTheTotalAtStartAndAfterEachChange) {
+    QTemporaryDir root;
+    const QString work = root.filePath(u"work & <home>.txt"_s);
+    const QString plan = root.filePath(u"plan.taskpaper"_s);
+    dwtest::writeFile(work, "- [ ] a\n- [ ] b\n");
+    dwtest::writeFile(plan, "- send\n");
+    Watch waybar({u"--format"_s, u"waybar"_s, work, plan}, root.path());
+    EXPECT_EQ(waybar.nextJson(),
+              (QJsonObject{{u"text"_s, u"3"_s},
+                           {u"tooltip"_s,
+                            root.filePath(u"work &amp; &lt;home&gt;.txt: 2\n"_s) + plan + u": 1"_s},
+                           {u"class"_s, u"open"_s}}));
+    dwtest::writeFile(plan, "- send @done\n");
+    EXPECT_EQ(waybar.nextJson().value(u"text"_s), u"2"_s);
+    ASSERT_TRUE(QFile::remove(work));
+    EXPECT_EQ(waybar.nextJson(),
+              (QJsonObject{
+                  {u"text"_s, u"0"_s}, {u"tooltip"_s, plan + u": 0"_s}, {u"class"_s, u"done"_s}}));
+
+    Watch i3blocks({u"--format=i3blocks"_s, plan}, root.path());
+    EXPECT_EQ(i3blocks.nextLine(), u"0"_s);
+    dwtest::writeFile(plan, "- send\n- call\n");
+    EXPECT_EQ(i3blocks.nextLine(), u"2"_s);
+}
+
 TEST(WatchCommand, NothingToWatchAndUsageErrors) {
     QTemporaryDir root;
     const struct {
@@ -102,6 +127,8 @@ TEST(WatchCommand, NothingToWatchAndUsageErrors) {
          1,
          u"dotwise watch: cannot read 'gone.txt': No such file or directory"_s},
         {{}, 2, u"dotwise watch: no file given"_s},
+        {{u"--format=xml"_s, u"a.txt"_s}, 2, u"dotwise watch: unknown format 'xml'"_s},
+        {{u"a.txt"_s, u"--format"_s}, 2, u"dotwise watch: --format needs a value"_s},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.message.toStdString());

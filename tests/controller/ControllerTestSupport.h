@@ -26,20 +26,19 @@ using namespace Qt::StringLiterals;
 
 // The fake workspace, recording icon and date writes in order ("remove a.md",
 // "set a.md", "date a.md"), with a gate that holds badge updates in
-// iconForFile until the test opens it.
+// iconForFile, or in the middle of writing a badge, until the test opens it.
 class RecordingWorkspace : public FakeWorkspace {
 public:
+    enum class Gate { Open, IconRead, BadgeWrite };
+
     LWIconImage iconForFile(const QString& path) const override {
-        std::unique_lock locker(_lock);
-        ++_waiting;
-        _changed.notify_all();
-        _changed.wait(locker, [this] { return !_gated; });
-        --_waiting;
-        locker.unlock();
+        waitAt(Gate::IconRead);
         return FakeWorkspace::iconForFile(path);
     }
     bool setIcon(const LWIconImage& icon, const QString& path) override {
         record(QLatin1String(icon.isEmpty() ? "remove " : "set ") + path.section('/', -1));
+        if (!icon.isEmpty())
+            waitAt(Gate::BadgeWrite);
         return FakeWorkspace::setIcon(icon, path);
     }
     bool setContentModificationDate(const QString& path, const LWTimestamp& date) override {
@@ -63,8 +62,8 @@ public:
         std::lock_guard locker(_lock);
         _events.clear();
     }
-    void closeGate() { setGate(true); }
-    void openGate() { setGate(false); }
+    void closeGate(Gate gate = Gate::IconRead) { setGate(gate); }
+    void openGate() { setGate(Gate::Open); }
     bool waitUntilAnUpdateWaits() {
         std::unique_lock locker(_lock);
         return _changed.wait_for(locker, std::chrono::seconds(5), [this] { return _waiting > 0; });
@@ -75,17 +74,24 @@ private:
         std::lock_guard locker(_lock);
         _events.append(event);
     }
-    void setGate(bool gated) {
+    void setGate(Gate gate) {
         std::lock_guard locker(_lock);
-        _gated = gated;
+        _gate = gate;
         _changed.notify_all();
+    }
+    void waitAt(Gate gate) const {
+        std::unique_lock locker(_lock);
+        ++_waiting;
+        _changed.notify_all();
+        _changed.wait(locker, [&] { return _gate != gate; });
+        --_waiting;
     }
 
     // Standard locks: ThreadSanitizer sees through them.
     mutable std::mutex _lock;
     mutable std::condition_variable _changed;
     QStringList _events;
-    bool _gated = false;
+    Gate _gate = Gate::Open;
     mutable int _waiting = 0;
 };
 
@@ -122,6 +128,7 @@ protected:
         services.badgeMode = badgeMode;
         services.fileEmblems = &emblems;
         services.emblemTheme = &emblemTheme;
+        services.isSystemTrayAvailable = [this] { return trayAvailable; };
         delegate = std::make_unique<DotwiseAppDelegate>(std::move(services));
         delegate->applicationDidFinishLaunching();
         return *delegate;
@@ -184,4 +191,5 @@ protected:
     std::unique_ptr<DotwiseAppDelegate> delegate;
     QString folder;
     int terminations = 0;
+    bool trayAvailable = true; // a panel shows the status item
 };

@@ -5,18 +5,18 @@
 #include <QPushButton>
 #include <QTableView>
 
-TEST_F(ControllerTest, EachKindOfIconWriteConcealsTheDateOrNotAsItShould) {
+TEST_F(ControllerTest, EachBadgeIsOneIconWriteAndNoDateIsEverWritten) {
     const QString a = makeFile(u"a.md"_s, "- [ ] 1\n- [ ] 2\n");
     const QString empty = makeFile(u"empty.md"_s, "- [x] done\n");
     saveTaskLists({a, empty});
-    const QStringList removeConcealed = {u"remove"_s, u"date"_s},
-                      badgeShown = removeConcealed + QStringList{u"set"_s},
-                      badgeConcealed = badgeShown + QStringList{u"date"_s};
+    // The plain icon never includes the badge: no removal before each badge,
+    // and the workspace's icon write leaves dates alone, so none is put back.
+    const QStringList badge = {u"set"_s}, removal = {u"remove"_s};
 
-    // Started with the login item: restored files are badged, shown as a change.
+    // Started with the login item: restored files are badged.
     DotwiseAppDelegate& app = start(true);
     app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(workspace.eventsFor(u"a.md"_s), badgeShown);
+    EXPECT_EQ(workspace.eventsFor(u"a.md"_s), badge);
     EXPECT_EQ(openTasksColumn(), (QStringList{u"2"_s, u"0"_s}));
 
     // An edit the watcher reports: the date the edit gave stays.
@@ -25,13 +25,13 @@ TEST_F(ControllerTest, EachKindOfIconWriteConcealsTheDateOrNotAsItShould) {
     workspace.clearEvents();
     streams->deliver(folder);
     app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(workspace.eventsFor(u"a.md"_s), badgeConcealed);
+    EXPECT_EQ(workspace.eventsFor(u"a.md"_s), badge);
     EXPECT_EQ(lw::contentModificationDate(a), edited);
     EXPECT_EQ(logged(u"File modified: %1"_s.arg(a), u"-[DotwiseAppDelegate fileModifiedAtPath:]"_s),
               1);
 
-    // Switching off works at once and greys the window; switching on badges
-    // every file, concealed.
+    // Switching off clears the counts and greys the window at once, takes the
+    // badges off on the worker; switching on badges every file.
     QWidget* const greyed[] = {app.taskListsTableView(), app.topLabel(), app.noteLabel(),
                                app.abViewController()->label(), app.abViewController()->button()};
     EXPECT_TRUE(app.launchAtLoginNote()->isHidden());
@@ -41,7 +41,9 @@ TEST_F(ControllerTest, EachKindOfIconWriteConcealsTheDateOrNotAsItShould) {
     EXPECT_EQ(app.hideOrQuitButton()->text(), u"Hide"_s);
     workspace.clearEvents();
     app.setIsDotwiseEnabled(false);
-    EXPECT_EQ(workspace.eventsFor(u"a.md"_s), removeConcealed);
+    EXPECT_EQ(openTasksColumn(), (QStringList{u"n/a"_s, u"n/a"_s}));
+    app.waitUntilBadgeUpdatesFinish();
+    EXPECT_EQ(workspace.eventsFor(u"a.md"_s), removal);
     EXPECT_FALSE(workspace.hasCustomIcon(a) || workspace.hasCustomIcon(empty));
     EXPECT_EQ(lw::contentModificationDate(a), edited);
     for (QWidget* widget : greyed)
@@ -54,16 +56,17 @@ TEST_F(ControllerTest, EachKindOfIconWriteConcealsTheDateOrNotAsItShould) {
     workspace.clearEvents();
     app.setIsDotwiseEnabled(true);
     app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(workspace.eventsFor(u"a.md"_s), badgeConcealed);
+    EXPECT_EQ(workspace.eventsFor(u"a.md"_s), badge);
 
-    // A new file is badged unconcealed; a removed one loses its badge, no date.
+    // A new file is badged; a removed one loses its badge.
     const QString b = makeFile(u"b.taskpaper"_s, "- 1\n");
     workspace.clearEvents();
     app.addFileToWatchList(b);
     app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(workspace.eventsFor(u"b.taskpaper"_s), badgeShown);
+    EXPECT_EQ(workspace.eventsFor(u"b.taskpaper"_s), badge);
     workspace.clearEvents();
     app.removeTaskListFromWatchList(app.taskListForFile(b));
+    app.waitUntilBadgeUpdatesFinish();
     EXPECT_EQ(workspace.events(), QStringList{u"remove b.taskpaper"_s});
 
     // A report for a file in no list only warns.
@@ -105,6 +108,31 @@ TEST_F(ControllerTest, NoBadgeOutlivesSwitchingOffOrRemovalWhileUpdatesAreQueued
     EXPECT_TRUE(workspace.hasCustomIcon(d));
 }
 
+// The user saves while the badge of the previous save is being written: the
+// new save keeps its date, and the watcher counts it again.
+TEST_F(ControllerTest, ASaveDuringABadgeWriteKeepsItsDateAndIsCountedAgain) {
+    const QString a = makeFile(u"a.md"_s, "- [ ] 1\n");
+    DotwiseAppDelegate& app = start(true);
+    app.addFileToWatchList(a);
+    app.waitUntilBadgeUpdatesFinish();
+
+    workspace.closeGate(RecordingWorkspace::Gate::BadgeWrite);
+    ASSERT_TRUE(lw::setContentModificationDate(a, {1700000000, 1}));
+    streams->deliver(folder);
+    ASSERT_TRUE(workspace.waitUntilAnUpdateWaits());
+    dwtest::writeFile(a, "- [ ] 1\n- [ ] 2\n- [ ] 3\n");
+    const LWTimestamp saved{1700000005, 987654321};
+    ASSERT_TRUE(lw::setContentModificationDate(a, saved));
+    workspace.openGate();
+    app.waitUntilBadgeUpdatesFinish();
+    EXPECT_EQ(lw::contentModificationDate(a), saved);
+
+    streams->deliver(folder);
+    app.waitUntilBadgeUpdatesFinish();
+    EXPECT_EQ(openTasksColumn(), QStringList{u"3"_s});
+    EXPECT_EQ(lw::contentModificationDate(a), saved);
+}
+
 TEST_F(ControllerTest, EmblemModeMarksEachFileWithItsCountAndLeavesNothingBehind) {
     badgeMode = DWBadgeMode::Emblem;
     const QString a = makeFile(u"a.md"_s, "- [ ] 1\n- [ ] 2\n"),
@@ -137,7 +165,8 @@ TEST_F(ControllerTest, EmblemModeMarksEachFileWithItsCountAndLeavesNothingBehind
     EXPECT_EQ(QImage(emblemTheme.iconPath(120, 16, 1)).size(), QSize(16, 16));
 
     app.removeTaskListFromWatchList(app.taskListForFile(a));
-    EXPECT_TRUE(emblems.emblems(a).isEmpty());
     app.setIsDotwiseEnabled(false);
+    app.waitUntilBadgeUpdatesFinish();
+    EXPECT_TRUE(emblems.emblems(a).isEmpty());
     EXPECT_EQ(emblems.emblems(b), QStringList{u"emblem-favorite"_s});
 }

@@ -27,11 +27,10 @@ TEST_F(ControllerTest, AnEditOnDiskEndsAsANewBadgeAndADeletionAsARemoval) {
     ASSERT_TRUE(edited.has_value());
     // The stream's latency is two seconds.
     ASSERT_TRUE(
-        dwtest::waitUntil([&] { return workspace.eventsFor(u"errands.md"_s).size() == 4; }, 10000))
+        dwtest::waitUntil([&] { return !workspace.eventsFor(u"errands.md"_s).isEmpty(); }, 10000))
         << workspace.events().join(QLatin1Char(',')).toStdString();
     app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(workspace.eventsFor(u"errands.md"_s),
-              (QStringList{u"remove"_s, u"date"_s, u"set"_s, u"date"_s}));
+    EXPECT_EQ(workspace.eventsFor(u"errands.md"_s), QStringList{u"set"_s});
     EXPECT_EQ(taskList->openTasks(), 3);
     EXPECT_EQ(app.taskListsModel()->objectValue(u"openTasks"_s, 0), u"3"_s);
     EXPECT_EQ(lw::contentModificationDate(list), edited);

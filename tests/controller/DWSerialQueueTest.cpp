@@ -48,7 +48,10 @@ TEST(SerialQueue, RunsJobsOneAtATimeInOrderAndCancelsOnlyWaitingOnes) {
     started.acquire();
     queue.cancelAllOperations();
     EXPECT_EQ(held.use_count(), 1);
+    // A stuck job: the bounded wait gives up instead of hanging.
+    EXPECT_FALSE(queue.waitUntilAllOperationsAreFinished(std::chrono::milliseconds(50)));
     release.release();
+    EXPECT_TRUE(queue.waitUntilAllOperationsAreFinished(std::chrono::seconds(10)));
     queue.waitUntilAllOperationsAreFinished();
     EXPECT_EQ(order.back(), -1);
     EXPECT_EQ(order.size(), 102u);

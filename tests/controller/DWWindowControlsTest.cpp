@@ -1,14 +1,20 @@
 #include "ControllerTestSupport.h"
 #include "controller/DWTaskListTableModel.h"
 #include "ui/LWAlert.h"
+#include "views/ABViewSelectingController.h"
+#include "views/DWBadgeImage.h"
+#include "views/DWTextContrast.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QDropEvent>
 #include <QFileDialog>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMimeData>
 #include <QPushButton>
 #include <QStandardPaths>
+#include <QSystemTrayIcon>
 #include <QTableView>
 #include <QTest>
 
@@ -71,9 +77,14 @@ TEST_F(WindowControlsTest, DropsAddTheTextFilesInOrderWhenCopyingWhileOn) {
     EXPECT_FALSE(dragAndDrop(data.get(), Qt::MoveAction | Qt::LinkAction, &offered));
     EXPECT_FALSE(offered);
     EXPECT_TRUE(app.taskLists().isEmpty());
+    dwtest::processEventsFor(300); // the first full menu, built once the window painted
+    int menuRebuilds = 0;
+    QObject::connect(&app, &DotwiseAppDelegate::statusMenuRebuilt, [&] { ++menuRebuilds; });
     EXPECT_TRUE(dragAndDrop(data.get(), Qt::CopyAction | Qt::MoveAction, &offered));
     EXPECT_TRUE(offered);
     EXPECT_EQ(listedPaths(), (QStringList{notes, work}));
+    EXPECT_EQ(savedPaths(), (QStringList{notes, work}));
+    EXPECT_EQ(menuRebuilds, 1); // once for the whole drop
     EXPECT_EQ(logged(u"Dropped plain text file: %1"_s.arg(notes),
                      u"-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]"_s),
               1);
@@ -179,6 +190,106 @@ TEST_F(WindowControlsTest, ReturnOrClosingHidesWhileOnAndQuitsWhileOff) {
     EXPECT_EQ(terminations, 2);
     app.mainWindow()->close();
     EXPECT_TRUE(dwtest::waitUntil([&] { return terminations == 3; }, 1000));
+}
+
+TEST_F(WindowControlsTest, WithoutATrayHideAndClosingMinimiseUntilATrayAppears) {
+    trayAvailable = false;
+    DotwiseAppDelegate& app = start(true);
+    QMainWindow* window = app.mainWindow();
+    const auto putAway = [&](const std::function<void()>& action) {
+        action();
+        dwtest::processEventsFor(20);
+        const bool minimised = window->isVisible() && window->isMinimized();
+        app.applicationShouldHandleReopen(); // a second start brings it back
+        EXPECT_TRUE(window->isVisible() && !window->isMinimized());
+        return minimised;
+    };
+    EXPECT_TRUE(putAway([&] { app.hideOrQuitButton()->click(); }));
+    EXPECT_TRUE(putAway([&] { window->close(); }));
+    EXPECT_EQ(terminations, 0);
+
+    // A panel came up later: hidden again, and the tray item brings it back.
+    trayAvailable = true;
+    EXPECT_FALSE(putAway([&] { window->close(); }));
+    app.hideOrQuitButton()->click();
+    EXPECT_FALSE(window->isVisible());
+    app.showDotwiseWindowAction(nullptr);
+    EXPECT_TRUE(window->isVisible() && !window->isMinimized());
+    EXPECT_EQ(terminations, 0);
+}
+
+TEST_F(WindowControlsTest, TabReachesTheSwitchAndSpaceTogglesIt) {
+    DotwiseAppDelegate& app = start(true);
+    QMainWindow* window = app.mainWindow();
+    QApplication::setActiveWindow(window);
+    table()->setFocus();
+    // Tab leaves the table rather than moving between its cells, and comes
+    // round to the switch.
+    QList<QWidget*> visited;
+    for (int i = 0; i < 6 && QApplication::focusWidget() != app.onOffButton(); ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        visited.append(QApplication::focusWidget());
+    }
+    ASSERT_EQ(QApplication::focusWidget(), app.onOffButton());
+    EXPECT_TRUE(visited.contains(app.hideOrQuitButton()));
+    QTest::keyClick(app.onOffButton(), Qt::Key_Space);
+    EXPECT_FALSE(app.isDotwiseEnabled() || app.launchAtLoginController()->launchAtLogin());
+    // The focused knob looks it.
+    const QImage focused = app.onOffButton()->grab().toImage();
+    app.hideOrQuitButton()->setFocus();
+    EXPECT_NE(app.onOffButton()->grab().toImage(), focused);
+}
+
+TEST_F(WindowControlsTest, SwitchedOffTextsKeepAReadableContrast) {
+    DotwiseAppDelegate& app = start(false);
+    QMainWindow* window = app.mainWindow();
+    window->resize(560, 480);
+    for (QLabel* label :
+         {app.topLabel(), app.noteLabel(), app.shortVersion(), app.abViewController()->label()}) {
+        SCOPED_TRACE(label->objectName().toStdString());
+        ASSERT_FALSE(label->isEnabled());
+        const QColor text = label->palette().color(QPalette::Disabled, QPalette::WindowText);
+        // What lies behind the words: the window drawn without the label.
+        label->hide();
+        const QImage behind = window->grab(QRect(label->mapTo(window, QPoint()), label->size()))
+                                  .toImage()
+                                  .convertToFormat(QImage::Format_RGB32);
+        label->show();
+        double worst = 21;
+        for (int y = 0; y < behind.height(); ++y)
+            for (int x = 0; x < behind.width(); ++x)
+                worst =
+                    std::min(worst, DWTextContrast::contrastRatio(text, behind.pixelColor(x, y)));
+        EXPECT_GE(worst, DWTextContrast::kMinimumRatio);
+    }
+    // The empty table's cells.
+    const QImage table = app.taskListsTableView()->viewport()->grab().toImage();
+    const QColor cellText =
+        app.taskListsTableView()->palette().color(QPalette::Disabled, QPalette::Text);
+    EXPECT_GE(DWTextContrast::contrastRatio(cellText, table.pixelColor(table.rect().center())),
+              DWTextContrast::kMinimumRatio);
+}
+
+TEST_F(WindowControlsTest, TrayMenuShowsAmpersandsAndSharpBadgesAndClicksNeverStray) {
+    DotwiseAppDelegate& app = start(true);
+    app.addFileToWatchList(makeFile(u"Home & Garden.md"_s, "- [ ] a\n- [ ] b\n"));
+    app.waitUntilBadgeUpdatesFinish();
+    QAction* item = app.statusMenu()->actions().at(0);
+    EXPECT_EQ(item->iconText(), u"Home & Garden.md"_s); // the text as shown, no mnemonic
+    // On a HiDPI menu: the badge drawn with twice the pixels, not scaled up.
+    const QImage shown = item->icon()
+                             .pixmap(QSize(15, 15), 2.0)
+                             .toImage()
+                             .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const QImage sharp = DWBadgeImage(QSizeF(15, 15), 2, false, 2.0).image();
+    ASSERT_EQ(shown.size(), sharp.size());
+    EXPECT_EQ(shown.copy(), sharp.copy()) << "scaled from 1x";
+    // The tray tells no position here (as over StatusNotifierItem): a left
+    // click brings the window forward and opens no menu somewhere else.
+    app.mainWindow()->hide();
+    emit app.statusMenuItem()->activated(QSystemTrayIcon::Trigger);
+    EXPECT_TRUE(app.mainWindow()->isVisible());
+    EXPECT_FALSE(app.statusMenu()->isVisible());
 }
 
 class FirstRunTest : public WindowControlsTest {

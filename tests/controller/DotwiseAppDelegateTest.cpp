@@ -5,6 +5,7 @@
 #include "views/ABViewSelectingController.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMainWindow>
 #include <QPushButton>
@@ -33,9 +34,11 @@ TEST_F(ControllerTest, StartUpDropsAMissingFileAndKeepsTheOthersInOrder) {
                      launching),
               1);
     EXPECT_EQ(openTasksColumn(), (QStringList{u"n/a"_s, u"n/a"_s}));
-    // Badging is off: only the missing file's badge is taken off.
+    // Badging is off (autostart turned off outside Dotwise): the badges an
+    // earlier session left come off, the missing file's too.
     app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(workspace.events(), QStringList{u"remove b.md"_s});
+    EXPECT_EQ(workspace.events(),
+              (QStringList{u"remove a.md"_s, u"remove c.md"_s, u"remove b.md"_s}));
     const QList<QString> watched = app.fileWatcher()->watchedFiles();
     EXPECT_EQ(QSet<QString>(watched.begin(), watched.end()), (QSet<QString>{a, c}));
     EXPECT_EQ(app.shortVersion()->text(), u"v"_s + LWBundle::mainBundle().shortVersionString());
@@ -54,13 +57,20 @@ TEST_F(ControllerTest, StartUpDropsAMissingFileAndKeepsTheOthersInOrder) {
               0);
 }
 
-TEST_F(ControllerTest, DamagedSavedListStartsEmptyAndIsKeptUntilTheNextSave) {
+TEST_F(ControllerTest, DamagedSavedListStartsEmptyWithACopyKeptAsideFromTheNextSave) {
     const QByteArray damaged("\xbf\x00garbage", 9);
     LWPreferences::standard().setObject(u"TaskLists"_s, damaged);
     DotwiseAppDelegate& app = start(false);
     EXPECT_TRUE(app.taskLists().isEmpty());
-    EXPECT_EQ(LWLogger::sharedInstance()->messageBacklog().filter(launching).size(), 1);
-    EXPECT_EQ(LWPreferences::standard().dataForKey(u"TaskLists"_s), damaged);
+    const QStringList lines = LWLogger::sharedInstance()->messageBacklog().filter(launching);
+    ASSERT_EQ(lines.size(), 2);
+    static const QRegularExpression kept(
+        u"\\| Kept a copy of the unreadable task lists in (/.+) \\|.*\\|"_s);
+    const QRegularExpressionMatch match = kept.match(lines.first());
+    ASSERT_TRUE(match.hasMatch()) << lines.first().toStdString();
+    EXPECT_EQ(QFileInfo(match.captured(1)).absolutePath(),
+              QFileInfo(LWPreferences::standard().fileName()).absolutePath());
+    EXPECT_EQ(dwtest::readFile(match.captured(1)), damaged);
 
     const QString a = makeFile(u"a.taskpaper"_s, "- one\n");
     app.addFileToWatchList(a);

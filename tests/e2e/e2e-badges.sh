@@ -95,7 +95,7 @@ e2e_start_metadata_daemon
 e2e_log "metadata daemon restarted (pid $old_daemon, now $E2E_METADATA_PID)"
 edit_and_check "$home" sed-undo
 
-# A deleted file leaves the list, and nothing of ours stays in the cache for it.
+# A deleted file leaves the list, and nothing of ours stays for it.
 rm "$shop"
 expected_list="$(printf '%s\n' "$work" "$home")"
 wait_for "$latency_deadline" "the saved task lists to be $(echo "$expected_list" | tr '\n' '|') after deleting $shop" stored_matches
@@ -109,10 +109,10 @@ for file in "$work" "$home"; do
 done
 wait_for 5 "the autostart entry removed after switching off" autostart_entry_gone
 no_pictures_left() {
-  E2E_SEEN="$(find "$E2E_ROOT/cache" -path '*dotwise*' -name '*.png' | tr '\n' ' ')"
+  E2E_SEEN="$(find "$E2E_ROOT/state" "$E2E_ROOT/cache" -path '*dotwise*' -name '*.png' | tr '\n' ' ')"
   [ -z "$E2E_SEEN" ]
 }
-wait_for 5 "no badge pictures left in the cache after switching off" no_pictures_left
+wait_for 5 "no badge pictures left after switching off" no_pictures_left
 e2e_log "switched off: no badges left"
 
 # While off, an edit changes nothing on the file's icon.
@@ -131,4 +131,14 @@ for file in "$work" "$home"; do
 done
 
 for file in "$work" "$home"; do check_untouched "$file" "${left[$file]}"; done
+
+# Uninstalling: with the app gone, clear-badges takes every badge off.
+e2e_stop_app
+"$E2E_CLI" clear-badges >"$E2E_ROOT/clear-badges.out" 2>&1 ||
+  e2e_fail "dotwise clear-badges failed: $(cat "$E2E_ROOT/clear-badges.out")"
+for file in "$work" "$home"; do
+  no_custom_icon "$file" || e2e_fail "expected no badge on $file after clear-badges; saw: $E2E_SEEN"
+  check_untouched "$file" "${left[$file]}"
+done
+no_pictures_left || e2e_fail "expected no badge pictures after clear-badges; saw: $E2E_SEEN"
 e2e_log "passed"

@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QTest>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -238,4 +239,21 @@ TEST_F(AlertTest, RunnerKeepsTheAlertUntilTheCallbackHasReturned) {
     window.reset();
     flushDeferredDeletes();
     EXPECT_FALSE(orphanGuard);
+}
+
+TEST_F(AlertTest, TabReachesEveryButtonAndReturnPressesTheFocusedOne) {
+    auto alert = classicAlert();
+    int result = 99;
+    alert->beginSheetModalForWindow(window.get(), [&](int returnCode) { result = returnCode; });
+    QDialog* sheet = alert->window();
+    QApplication::setActiveWindow(sheet);
+    const QList<QPushButton*> buttons = alert->buttons(); // Take, Skip, Later
+    ASSERT_EQ(QApplication::focusWidget(), buttons.at(0));
+    for (QPushButton* next : {buttons.at(1), buttons.at(2), buttons.at(0), buttons.at(1)}) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        ASSERT_EQ(QApplication::focusWidget(), next);
+    }
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(result, 0); // "Skip", not the default button
 }

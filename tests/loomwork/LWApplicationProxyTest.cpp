@@ -33,9 +33,9 @@ public:
 
 // The text of each system-log line written while `work` ran.
 template <typename Work> QStringList warningsDuring(Work work) {
-    ::testing::internal::CaptureStderr();
+    dwtest::LogCapture log;
     work();
-    const QString output = QString::fromStdString(::testing::internal::GetCapturedStderr());
+    const QString output = log.standardError();
     QStringList lines;
     static const QRegularExpression prefix(u"^\\S+ \\S+ \\S+\\[\\d+:\\d+\\] "_s);
     for (QString line : output.split(u'\n', Qt::SkipEmptyParts))
@@ -112,27 +112,28 @@ TEST_F(ApplicationProxyTest, IncomingURLsCallCommandsOrAreRefusedWithAWarning) {
 }
 
 TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
+    // Scheme and handler name go out, and into the log, as they are.
+    const QString expected = u"MyScheme://Editor/rpcOpenFile/My%20Notes.txt/atLine/12"_s;
+    proxy.setAppProtocol(u"MyScheme"_s);
     {
         dwtest::LogCapture log;
-        proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"editor"_s, {u"My Notes.txt"_s, 12});
+        proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"Editor"_s, {u"My Notes.txt"_s, 12});
         ASSERT_EQ(log.loggerLines().size(), 1);
         const QString line = log.loggerLines().first();
-        EXPECT_TRUE(line.startsWith(u"DEBUG| App proxy: opening URL: "
-                                    u"myscheme://editor/rpcOpenFile/My%20Notes.txt/atLine/12 "
-                                    u"|LWApplicationProxy:"_s))
+        EXPECT_TRUE(line.startsWith(u"DEBUG| App proxy: opening URL: "_s + expected +
+                                    u" |LWApplicationProxy:"_s))
             << line.toStdString();
         EXPECT_TRUE(
             line.endsWith(u"| -[LWApplicationProxy remoteInvokeSelector:handler:arguments:]"_s));
     }
-    ASSERT_EQ(workspace.openedUrls().size(), 1);
+    EXPECT_EQ(workspace.openedUrlTexts(), QStringList{expected});
     EXPECT_EQ(activations, 1);
+    proxy.setAppProtocol(u"myscheme"_s);
 
     auto sent = [&](const char* selector, const QVariantList& args) {
         workspace.clearRecords();
         proxy.remoteInvokeSelector(QString::fromUtf8(selector), u"handler"_s, args);
-        return workspace.openedUrls().isEmpty()
-                   ? QString()
-                   : workspace.openedUrls().first().toString(QUrl::FullyEncoded);
+        return workspace.openedUrlTexts().value(0);
     };
     // Arguments end at the first invalid entry.
     EXPECT_EQ(sent("rpcA:", {u"1"_s, QVariant(), u"3"_s}), u"myscheme://handler/rpcA/1"_s);
@@ -151,8 +152,11 @@ TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
 }
 
 // Sending and then receiving gives back the same command and texts, for any
-// argument text.
+// argument text and whatever the letter case of scheme and handler name.
 TEST_F(ApplicationProxyTest, SentCommandsComeBackUnchanged) {
+    proxy.setAppProtocol(u"MyScheme"_s);
+    proxy.removeDelegateForName(u"editor"_s);
+    proxy.setDelegateForName(u"Editor"_s, handler);
     QStringList samples{QChar(0xFEFF) + u"bom"_s, QString(QChar(0))};
     for (const char* text : {"", "/", "?", "#", "%", "+", " ", ":", "%2F", "..", "a\nb", "\u00E9",
                              "\U0001F600", "@$,;!*'()", "a/b?c#d%e+f"})
@@ -172,9 +176,9 @@ TEST_F(ApplicationProxyTest, SentCommandsComeBackUnchanged) {
         const QString second = samples[i + 1];
         workspace.clearRecords();
         handler->calls.clear();
-        proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"editor"_s, {first, second});
-        ASSERT_EQ(workspace.openedUrls().size(), 1) << first.toStdString();
-        proxy.handleIncomingURL(workspace.openedUrls().first().toString(QUrl::FullyEncoded));
+        proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"Editor"_s, {first, second});
+        ASSERT_EQ(workspace.openedUrlTexts().size(), 1) << first.toStdString();
+        proxy.handleIncomingURL(workspace.openedUrlTexts().first());
         ASSERT_EQ(handler->calls.size(), 1) << first.toStdString();
         EXPECT_EQ(handler->calls.first(), (Call{"rpcOpenFile:atLine:", {first, second}}));
     }

@@ -33,4 +33,13 @@ TEST(Preferences, LiveUnderTheTestsPrivateConfigFolder) {
     again.removeObject(u"TaskLists"_s);
     EXPECT_FALSE(prefs.contains(u"TaskLists"_s));
     EXPECT_FALSE(prefs.boolForKey(u"DebugLoggingEnabled"_s));
+
+    // Hand-edited booleans.
+    dwtest::writeFile(prefs.fileName(), "[General]\na=NO\nb=no\nc=false\nd=0\ne=maybe\nf=\n"
+                                        "g=YES\nh=yes\ni=true\nj=T\nk=1\nl= -007\n");
+    LWPreferences edited(u"Wrenfield"_s, u"Dotwise"_s);
+    QString read;
+    for (const char* key : {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l"})
+        read += edited.boolForKey(QString::fromLatin1(key)) ? u'1' : u'0';
+    EXPECT_EQ(read, u"000000111111"_s);
 }

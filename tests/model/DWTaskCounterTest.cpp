@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
-#include <QStringDecoder>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,92 +48,75 @@ QByteArray encoded(const QString& text, QStringConverter::Encoding encoding) {
 } // namespace
 
 TEST(Counting, ExamplesOfEachStyleAndEveryLineBreak) {
-    EXPECT_EQ(countEveryWay(*DWTaskRuleSet::taskPaperRuleSet(),
-                            "Project:\n\t- one\n- two @done\n- three @Done(2012-01-02)\n"
-                            "  - four\t@done"),
-              2);
-    EXPECT_EQ(countEveryWay(*DWTaskRuleSet::todotxtRuleSet(),
-                            "(A) call\r\n\n \t \nx 2012-01-02 paid\nxylophone\n"),
-              1);
-    EXPECT_EQ(countEveryWay(*DWTaskRuleSet::squareBracketStyleRuleSet(),
-                            "- [ ] a\n-[ ] b\n- [x] c\n* [ ] d"),
-              2);
-
-    const DWTaskRuleSet lines(DWTaskRuleArray{std::make_shared<EveryLineRule>()}, std::nullopt,
-                              u"lines"_s);
-    EXPECT_EQ(countEveryWay(lines, ""), 1);
-    EXPECT_EQ(countEveryWay(lines, "a\r\nb\n"), 4);
-    EXPECT_EQ(countEveryWay(lines, "a\x0B"
-                                   "b\x0C"
-                                   "c\rd\ne\xC2\x85"
-                                   "f\xE2\x80\xA8g\xE2\x80\xA9h"),
-              8);
-    // In Latin-1 (not UTF-8 because of the lone 0x85) the byte 0x85 is U+0085.
-    EXPECT_EQ(countEveryWay(lines, "a\x85"
-                                   "b\xE9"),
-              2);
+    const auto taskPaper = DWTaskRuleSet::taskPaperRuleSet();
+    const auto todo = DWTaskRuleSet::todotxtRuleSet();
+    const auto box = DWTaskRuleSet::squareBracketStyleRuleSet();
+    const auto lines = std::make_shared<DWTaskRuleSet>(
+        DWTaskRuleArray{std::make_shared<EveryLineRule>()}, std::nullopt, u"lines"_s);
+    const std::tuple<DWTaskRuleSet*, QByteArray, int> cases[] = {
+        {taskPaper.get(),
+         "Project:\n\t- one\n- two @done\n- three @Done(2012-01-02)\n  - four\t@done", 2},
+        {todo.get(), "(A) call\r\n\n \t \nx 2012-01-02 paid\nxylophone\n", 1},
+        {box.get(), "- [ ] a\n-[ ] b\n- [x] c\n* [ ] d", 2},
+        {lines.get(), "", 1},
+        {lines.get(), "a\r\nb\n", 4},
+        {lines.get(), "a\vb\fc\rd\ne\xC2\x85 f\xE2\x80\xA8g\xE2\x80\xA9h", 8},
+        // In Latin-1 (not UTF-8 because of the lone 0x85) the byte 0x85 is U+0085.
+        {lines.get(), "a\x85 b\xE9", 2}};
+    for (const auto& [set, bytes, count] : cases)
+        EXPECT_EQ(countEveryWay(*set, bytes), count);
 }
 
-TEST(Decoding, ByteOrderMarksChooseTheEncoding) {
+TEST(Decoding, MarksChooseTheEncodingAndDamagedBytesAreReplaced) {
+    const auto box = DWTaskRuleSet::squareBracketStyleRuleSet();
     const QString text = QString::fromUtf8("- [ ] caf\u00e9\n- [x] done\n\t- [ ] \u2603 snow\n");
     for (const auto encoding :
          {QStringConverter::Utf8, QStringConverter::Utf16LE, QStringConverter::Utf16BE,
           QStringConverter::Utf32LE, QStringConverter::Utf32BE}) {
         const QByteArray bytes = encoded(text, encoding);
         EXPECT_EQ(DWTextDecoder::decodeAll(bytes), text) << bytes.left(4).toHex().data();
-        EXPECT_EQ(countEveryWay(*DWTaskRuleSet::squareBracketStyleRuleSet(), bytes), 2);
+        EXPECT_EQ(countEveryWay(*box, bytes), 2);
     }
-}
+    // The bytes in hexadecimal, and their text.
+    const std::pair<const char*, const char16_t*> cases[] = {
+        {"636166 c3a9", u"caf\u00e9"},
+        // Without a mark, one bad byte at the end makes all of it Latin-1.
+        {"c3a9 ff", u"\u00c3\u00a9\u00ff"},
+        {"efbbbf 61 e280 0a", u"a\uFFFD\uFFFD\n"},
+        // A lone high surrogate, a lone low one and an odd last byte.
+        {"fffe 4100 00d8 4200 00dc 43", u"A\uFFFDB\uFFFD\uFFFD"},
+        // Above U+10FFFF, a surrogate, three bytes left over.
+        {"fffe0000 00001100 00d80000 41000000 0a0000", u"\uFFFD\uFFFDA\uFFFD"},
+        {"feff 000a 00", u"\n\uFFFD"}};
+    for (const auto& [hex, decoded] : cases) {
+        const QByteArray bytes = QByteArray::fromHex(hex);
+        EXPECT_EQ(DWTextDecoder::decodeAll(bytes), QStringView(decoded).toString()) << hex;
+        countEveryWay(*DWTaskRuleSet::todotxtRuleSet(), bytes);
+    }
 
-TEST(Decoding, WithoutAMarkUtf8OrElseLatin1) {
-    EXPECT_EQ(DWTextDecoder::decodeAll("caf\xC3\xA9"), QString::fromUtf8("caf\u00e9"));
-    // One bad byte at the end makes all of it Latin-1.
-    EXPECT_EQ(DWTextDecoder::decodeAll("\xC3\xA9\xFF"), QString::fromUtf8("\u00c3\u00a9\u00ff"));
     EXPECT_EQ(countEveryWay(*DWTaskRuleSet::taskPaperRuleSet(), "- caf\xE9 @DONE\n- na\xEFve\n"),
               1);
-
     // Read as UTF-8 at first, these bytes hold one line; as Latin-1, which the
     // last byte calls for, "\xC3\x85" is a letter and a line break, and
     // "\xE2\x80\xA8" is no line break at all.
-    const auto box = DWTaskRuleSet::squareBracketStyleRuleSet();
     EXPECT_EQ(countEveryWay(*box, "-[] \xC3\x85-[] b\n\xFF"), 2);
     EXPECT_EQ(countEveryWay(*box, "-[] a\xE2\x80\xA8-[] b\xFF"), 1);
     // With a UTF-8 mark the text stays UTF-8 and damaged bytes are replaced.
     EXPECT_EQ(countEveryWay(*box, "\xEF\xBB\xBF-[] a\xE2\x80\xA8-[] b\xFF"), 2);
-    EXPECT_EQ(DWTextDecoder::decodeAll("\xEF\xBB\xBF"
-                                       "a\xE2\x80\n"),
-              QString::fromUtf8("a\uFFFD\uFFFD\n"));
-}
-
-TEST(Decoding, DamagedUtf16AndUtf32BecomeReplacementCharacters) {
-    // A lone high surrogate, a lone low one and an odd last byte.
-    EXPECT_EQ(DWTextDecoder::decodeAll(QByteArray("\xFF\xFE"
-                                                  "A\0\0\xD8"
-                                                  "B\0\0\xDC"
-                                                  "C",
-                                                  11)),
-              QString::fromUtf8("A\uFFFDB\uFFFD\uFFFD"));
-    // Above U+10FFFF, a surrogate, three bytes left over.
-    EXPECT_EQ(DWTextDecoder::decodeAll(QByteArray("\xFF\xFE\0\0"
-                                                  "\0\0\x11\0"
-                                                  "\0\xD8\0\0"
-                                                  "A\0\0\0"
-                                                  "\x0A\0\0",
-                                                  19)),
-              QString::fromUtf8("\uFFFD\uFFFDA\uFFFD"));
-    EXPECT_EQ(countEveryWay(*DWTaskRuleSet::todotxtRuleSet(), QByteArray("\xFE\xFF\0\n\0", 5)), 1);
 }
 
 TEST(Decoding, Utf8ValidityFollowsQt) {
-    // Boundaries, overlong forms, surrogates, above U+10FFFF, cut and stray bytes.
+    // Boundaries, overlong forms, surrogates, above U+10FFFF, cut and stray
+    // bytes, checked a byte at a time.
     for (const QByteArray& bytes :
          {"\xDF\xBF"_ba, "\xF4\x8F\xBF\xBF"_ba, "\xC0\x80"_ba, "\xE0\x9F\xBF"_ba, "\xED\xA0\x80"_ba,
           "\xF4\x90\x80\x80"_ba, "\x80"_ba, "a\xF0\x9F\x98"_ba, "\xC2\x41"_ba}) {
-        QStringDecoder qt(QStringDecoder::Utf8, QStringConverter::Flag::Stateless);
-        const QString text = qt.decode(bytes);
-        EXPECT_EQ(DWTextDecoder::isValidUtf8(bytes), !qt.hasError()) << bytes.toHex().data();
-        if (!qt.hasError()) {
-            EXPECT_EQ(DWTextDecoder::decodeAll(bytes), text);
+        DWTextDecoder::Utf8Validator validator;
+        for (const char byte : bytes)
+            validator.feed(QByteArrayView(&byte, 1));
+        EXPECT_EQ(validator.finish(), bytes.isValidUtf8()) << bytes.toHex().data();
+        if (bytes.isValidUtf8()) {
+            EXPECT_EQ(DWTextDecoder::decodeAll(bytes), QString::fromUtf8(bytes));
         }
     }
 }

@@ -1,7 +1,7 @@
 #include "model/DWTaskList.h"
 
-#include "logging/LWLogger.h"
 #include "model/DWTaskRuleSet.h"
+#include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
 
 #include <QCborArray>
@@ -25,9 +25,7 @@ QString file(const QString& name, const QByteArray& bytes) {
 } // namespace
 
 TEST(TaskList, CountsUncountedStatesAndTheWarningWithoutRules) {
-    LWLogger* logger = LWLogger::sharedInstance();
-    logger->setMessageBacklogSize(50);
-    logger->setMessageBacklog({});
+    dwtest::LogCapture log;
     EXPECT_EQ(DWTaskList().openTasks(), -1);
     DWTaskList list(file(u"list.taskpaper"_s, "- a\n- b @done\n- c\n"),
                     DWTaskRuleSet::taskPaperRuleSet());
@@ -42,19 +40,18 @@ TEST(TaskList, CountsUncountedStatesAndTheWarningWithoutRules) {
     list.setPath(dwtest::homePath() + u"/missing.txt"_s);
     list.updateOpenTasks();
     EXPECT_EQ(list.openTasks(), 0);
-    EXPECT_TRUE(logger->messageBacklog().isEmpty());
+    EXPECT_TRUE(log.loggerLines().isEmpty());
 
     list.setRuleSet(nullptr);
     list.updateOpenTasks();
     list.updateOpenTasks();
     EXPECT_EQ(list.openTasks(), -1);
-    const QStringList backlog = logger->messageBacklog();
+    const QStringList backlog = log.loggerLines();
     ASSERT_EQ(backlog.size(), 2);
     const QRegularExpression line(
         u"^ WARN\\| No rules! \\|DWTaskList:\\d+\\| -\\[DWTaskList updateOpenTasks\\]$"_s);
     for (const QString& entry : backlog)
         EXPECT_TRUE(line.match(entry).hasMatch()) << entry.toStdString();
-    logger->setMessageBacklogSize(0);
 }
 
 TEST(TaskList, LabelEqualityAndHashGoByPath) {

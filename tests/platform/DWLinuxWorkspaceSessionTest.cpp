@@ -18,7 +18,9 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -30,7 +32,8 @@ public:
         ASSERT_TRUE(QDBusConnection::sessionBus().isConnected()) << "run with dbus-run-session";
         qDBusRegisterMetaType<QMap<QString, QString>>();
         QMap<QString, QString> environment;
-        for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME"})
+        for (const char* name :
+             {"HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME"})
             environment.insert(QString::fromLatin1(name), qEnvironmentVariable(name));
         QDBusMessage call = QDBusMessage::createMethodCall(
             u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s,
@@ -102,32 +105,47 @@ TEST(CustomIconsWithMetadataService, StillSetAfterTheDaemonRestarts) {
     // knows it; before the fix no write ever succeeded again.
     EXPECT_TRUE(dwtest::waitUntil([&] { return setIconOnWorker(workspace, icon, file); }, 10000));
     EXPECT_NE(customIconOf(file).toStdString(), first.toStdString());
-    EXPECT_TRUE(setIconOnWorker(workspace, LWIconImage(), file)); // leaves the cache empty
+    EXPECT_TRUE(setIconOnWorker(workspace, LWIconImage(), file));
 }
 
 TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOrContents) {
     if (QStandardPaths::findExecutable(u"gio"_s).isEmpty())
         GTEST_SKIP() << "the gio tool (libglib2.0-bin) is not installed";
     DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
-    const QString cache = qEnvironmentVariable("XDG_CACHE_HOME") + u"/dotwise"_s;
+    const QString pictures = qEnvironmentVariable("XDG_STATE_HOME") + u"/dotwise/badges"_s;
     const QString file = dwtest::homePath() + u"/session/Task List #1.txt"_s;
     dwtest::writeFile(file, "- [ ] one\n");
     ASSERT_EQ(QProcess::execute(u"touch"_s, {u"-d"_s, u"2020-02-29 23:59:58.987654321"_s, file}),
               0);
     const auto before = timesOf(file);
+    // What a file manager's monitor sees.
+    const int inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(inotify, QFile::encodeName(file).constData(), IN_ALL_EVENTS), 0);
+    const auto events = [inotify] {
+        QSet<quint32> masks;
+        alignas(inotify_event) char buffer[4096];
+        for (ssize_t n; (n = read(inotify, buffer, sizeof buffer)) > 0;)
+            for (char* at = buffer; at < buffer + n;) {
+                const auto* event = reinterpret_cast<const inotify_event*>(at);
+                masks.insert(event->mask);
+                at += sizeof(inotify_event) + event->len;
+            }
+        return masks;
+    };
 
     const LWIconImage icon = workspace.iconForFile(file);
     ASSERT_TRUE(workspace.setIcon(icon, file));
     const QString first = QUrl(customIconOf(file)).toLocalFile();
-    EXPECT_EQ(QFileInfo(first).absolutePath(), cache);
+    EXPECT_TRUE(first.startsWith(pictures + u"/"_s)) << first.toStdString();
     EXPECT_EQ(QImage(first).size(), icon.largestImage().size());
-    EXPECT_EQ(QFileInfo(cache).permissions() & (QFileDevice::ReadOther | QFileDevice::ReadGroup),
+    EXPECT_EQ(QFileInfo(pictures).permissions() & (QFileDevice::ReadOther | QFileDevice::ReadGroup),
               QFileDevice::Permissions());
     const auto afterSet = timesOf(file);
     EXPECT_EQ(afterSet[0], before[0]);
     EXPECT_EQ(afterSet[1], before[1]);
-    // Only the change time moved: the file manager's monitor sees an attribute change.
+    // Only the change time moved, with the attribute event file managers redraw on.
     EXPECT_NE(afterSet[2], before[2]);
+    EXPECT_EQ(events(), QSet<quint32>{IN_ATTRIB});
 
     // A new picture gets a new name (file managers cache by URI); the old one goes.
     ASSERT_TRUE(workspace.setIcon(icon, file));
@@ -135,20 +153,36 @@ TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOr
     EXPECT_NE(second.toStdString(), first.toStdString());
     EXPECT_FALSE(QFileInfo::exists(first));
     EXPECT_TRUE(QFileInfo::exists(second));
+    EXPECT_EQ(workspace.filesWithPictures(), QStringList{file});
 
     ASSERT_TRUE(workspace.setIcon(LWIconImage(), file));
     EXPECT_TRUE(customIconOf(file).isEmpty());
-    EXPECT_TRUE(QDir(cache).entryList(QDir::Files).isEmpty());
+    EXPECT_TRUE(QDir(pictures).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty());
     const auto afterRemove = timesOf(file);
     EXPECT_EQ(afterRemove[0], before[0]);
     EXPECT_EQ(afterRemove[1], before[1]);
     EXPECT_EQ(dwtest::readFile(file), QByteArray("- [ ] one\n"));
+    ::close(inotify);
+
+    // A custom icon of the user's own is not ours to take off; one an earlier
+    // version left in the cache is, with its picture.
+    const QString own = dwtest::homePath() + u"/session/own.png"_s;
+    const QString legacy = DWLinuxWorkspace::legacyPictureDirectory() + u"/0123-old.png"_s;
+    for (const QString& picture : {own, legacy}) {
+        dwtest::writeFile(picture, "png");
+        ASSERT_EQ(QProcess::execute(u"gio"_s, {u"set"_s, file, u"metadata::custom-icon"_s,
+                                               QUrl::fromLocalFile(picture).toString()}),
+                  0);
+        EXPECT_TRUE(workspace.setIcon(LWIconImage(), file));
+        EXPECT_EQ(customIconOf(file).isEmpty(), picture == legacy) << picture.toStdString();
+        EXPECT_EQ(QFileInfo::exists(picture), picture == own) << picture.toStdString();
+    }
 
     // A file that vanished while badged leaves no picture behind.
     ASSERT_TRUE(workspace.setIcon(icon, file));
     ASSERT_TRUE(QFile::remove(file));
     EXPECT_FALSE(workspace.setIcon(LWIconImage(), file));
-    EXPECT_TRUE(QDir(cache).entryList(QDir::Files).isEmpty());
+    EXPECT_TRUE(QDir(pictures).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty());
 }
 
 TEST(EmblemsWithMetadataService, OurEmblemIsReplacedAndRemovedBesideTheUsersOwn) {

@@ -71,6 +71,13 @@ TEST_F(LaunchAtLogin, AnotherCopysEntryNeitherCountsNorIsRemoved) {
     EXPECT_EQ(entries(), QStringList{ownName});
     EXPECT_EQ(dwtest::readFile(autostart + u'/' + ownName), theirs);
     EXPECT_TRUE(controller.willLaunchAtLogin(QUrl::fromLocalFile(other)));
+
+    // Nor is a file under our name that is no entry at all.
+    controller.setLaunchAtLogin(false);
+    dwtest::writeFile(autostart + u'/' + ownName, "Exec=no group\n");
+    controller.setLaunchAtLogin(true);
+    EXPECT_TRUE(controller.launchAtLogin());
+    EXPECT_EQ(dwtest::readFile(autostart + u'/' + ownName), "Exec=no group\n");
 }
 
 TEST_F(LaunchAtLogin, HandMadeEntriesCountWhenTheSessionWouldStartThem) {

@@ -3,9 +3,12 @@
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPainter>
+#include <QRegularExpression>
 #include <climits>
 #include <cmath>
 #include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 // The disc's red in 8 bits, and the same red under the 20 % white gloss.
@@ -121,10 +124,32 @@ TEST(BadgeImage, OddSizesAndCountsNeverCrash) {
         EXPECT_TRUE(DWBadgeImage(size, 3, true).isNull());
     EXPECT_EQ(DWBadgeImage::newBadgeInRect(QRectF(0, 0, 0, 0), 3), nullptr);
     EXPECT_GT(badge(1, 3, false).pixelColor(0, 0).alpha(), 0); // no room for text
-    for (const int count : {INT_MIN, 1234567}) {               // cut at both edges
-        const QRect ink = inkBounds(badge(16, count, false));
-        EXPECT_LE(ink.left(), 1);
-        EXPECT_GE(ink.right(), 14);
+}
+
+TEST(BadgeImage, LongNumbersShrinkUntilEveryDigitIsInsideTheDisc) {
+    for (const Row& row : kWorkedValues) {
+        if (row.side < 32)
+            continue; // too few pixels to tell digits from the rim
+        const qreal radius = row.side / 2.0 - row.margin;
+        for (const int count : {1234, 99999, 1234567, INT_MIN}) {
+            SCOPED_TRACE(testing::Message() << row.side << " " << count);
+            const QImage image = badge(row.side, count, row.shadow);
+            const QRect ink = inkBounds(image);
+            ASSERT_TRUE(ink.isValid());
+            // As wide as that many digits of that height (none is missing),
+            // and all of it inside the disc (none is cut).
+            const qsizetype digits = QString::number(count).count(QRegularExpression(u"\\d"_s));
+            EXPECT_GE(ink.width(), 0.4 * double(digits * ink.height()));
+            for (int y = ink.top(); y <= ink.bottom(); ++y) {
+                for (int x = ink.left(); x <= ink.right(); ++x) {
+                    if (isInk(image.pixelColor(x, y))) {
+                        ASSERT_LT(std::hypot(x + 0.5 - row.side / 2.0, y + 0.5 - row.side / 2.0),
+                                  radius - 1)
+                            << x << "," << y;
+                    }
+                }
+            }
+        }
     }
 }
 

@@ -34,10 +34,11 @@ TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClippedOrTheNamedOne) {
     view.resize(200, 100);
     view.setImage(coordinateImage(120, 61));
     const QImage canvas = render(view);
-    // (200 - 120) / 2 = 40 and round((100 - 61) / 2) = round(19.5) = 20.
-    EXPECT_EQ(canvas.pixel(40, 20), qRgb(0, 0, 255));
-    EXPECT_EQ(canvas.pixel(159, 80), qRgb(119, 60, 255));
-    for (const QPoint outside : {QPoint(39, 20), QPoint(159, 81)})
+    // (200 - 120) / 2 = 40 across; round(19.5) = 20 rows below the picture,
+    // so 19 above it.
+    EXPECT_EQ(canvas.pixel(40, 19), qRgb(0, 0, 255));
+    EXPECT_EQ(canvas.pixel(159, 79), qRgb(119, 60, 255));
+    for (const QPoint outside : {QPoint(39, 19), QPoint(40, 18), QPoint(159, 80)})
         EXPECT_FALSE(isImagePixel(canvas.pixel(outside)));
 
     // A picture larger than the view: centred at (-20, -10) and clipped.
@@ -69,9 +70,9 @@ TEST(OnOffButtonView, AReleaseInsideClicksTheFirstButtonOnly) {
         QTest::mouseRelease(&view, Qt::LeftButton, {}, release);
     };
 
-    // Released outside (the right and bottom edges count as outside), or
+    // Released outside (the right and top edges count as outside), or
     // with another button: nothing.
-    for (const QPoint outside : {QPoint(200, 40), QPoint(30, 80)})
+    for (const QPoint outside : {QPoint(200, 40), QPoint(30, 0), QPoint(30, -1)})
         click({30, 40}, outside);
     QTest::mouseClick(&view, Qt::RightButton, {}, {30, 40});
     EXPECT_EQ(clicks.count(), 0);
@@ -79,8 +80,8 @@ TEST(OnOffButtonView, AReleaseInsideClicksTheFirstButtonOnly) {
     click({30, 40}, {30, 40});
     EXPECT_EQ(clicks.count(), 1);
     EXPECT_TRUE(first->isChecked()); // a click toggles the knob's state
-    click({30, 40}, {0, 0});         // the left and top edges are inside
-    click({30, 40}, {199, 79});
+    click({30, 40}, {0, 80});        // the left and bottom edges are inside
+    click({30, 40}, {199, 1});
     EXPECT_EQ(clicks.count(), 3);
     EXPECT_EQ(secondClicks.count(), 0);
 }

@@ -54,6 +54,12 @@ bool FakeWorkspace::openUrl(const QUrl& url) {
     return url.isValid();
 }
 
+bool FakeWorkspace::openUrlText(const QString& url) {
+    QMutexLocker locker(&_lock);
+    _openedUrlTexts.append(url);
+    return QUrl(url).isValid();
+}
+
 bool FakeWorkspace::selectFile(const QString& path, const QString&) {
     QMutexLocker locker(&_lock);
     _selectedFiles.append(path);
@@ -100,6 +106,11 @@ QList<QUrl> FakeWorkspace::openedUrls() const {
     return _openedUrls;
 }
 
+QStringList FakeWorkspace::openedUrlTexts() const {
+    QMutexLocker locker(&_lock);
+    return _openedUrlTexts;
+}
+
 QStringList FakeWorkspace::selectedFiles() const {
     QMutexLocker locker(&_lock);
     return _selectedFiles;
@@ -111,5 +122,6 @@ void FakeWorkspace::clearRecords() {
     _dateWrites.clear();
     _openedFiles.clear();
     _openedUrls.clear();
+    _openedUrlTexts.clear();
     _selectedFiles.clear();
 }

@@ -30,6 +30,7 @@ public:
     bool isTextFile(const QString& path) const override;
     bool openFile(const QString& path) override;
     bool openUrl(const QUrl& url) override;
+    bool openUrlText(const QString& url) override;
     bool selectFile(const QString& path, const QString& rootPath) override;
     QString absolutePathForApplicationWithIdentifier(const QString& identifier) const override;
 
@@ -48,6 +49,7 @@ public:
     QList<DateWrite> dateWrites() const;
     QStringList openedFiles() const;
     QList<QUrl> openedUrls() const;
+    QStringList openedUrlTexts() const;
     QStringList selectedFiles() const;
     void clearRecords();
 
@@ -59,5 +61,6 @@ private:
     QList<DateWrite> _dateWrites;
     QStringList _openedFiles;
     QList<QUrl> _openedUrls;
+    QStringList _openedUrlTexts;
     QStringList _selectedFiles;
 };

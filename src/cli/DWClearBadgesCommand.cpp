@@ -1,0 +1,63 @@
+#include "cli/DWClearBadgesCommand.h"
+
+#include "foundation/LWPreferences.h"
+#include "model/DWTaskList.h"
+#include "platform/DWLinuxWorkspace.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+#include <cstdio>
+
+const char* DWClearBadgesCommand::synopsis() {
+    return "clear-badges";
+}
+
+int DWClearBadgesCommand::run(int argc, char* argv[]) {
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
+    QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
+    if (argc > 1) {
+        std::fprintf(stderr, "dotwise clear-badges: takes no arguments\nUsage: dotwise %s\n",
+                     synopsis());
+        return 2;
+    }
+
+    QStringList paths;
+    const QByteArray archive = LWPreferences::standard().dataForKey(QStringLiteral("TaskLists"));
+    if (!archive.isEmpty()) {
+        if (const auto lists = DWTaskList::unarchiveTaskLists(archive)) {
+            for (const auto& taskList : *lists) {
+                if (taskList)
+                    paths.append(taskList->path());
+            }
+        } else {
+            std::fprintf(stderr, "dotwise clear-badges: the saved task lists can't be read; "
+                                 "clearing the files found in the picture folder only\n");
+        }
+    }
+    // No icon theme is needed to take badges off.
+    DWLinuxWorkspace workspace({QStringLiteral("hicolor"), {}, QString()});
+    paths += workspace.filesWithPictures();
+
+    int status = 0;
+    QSet<QString> done;
+    for (const QString& path : std::as_const(paths)) {
+        if (path.isEmpty() || done.contains(path))
+            continue;
+        done.insert(path);
+        const bool exists = QFileInfo::exists(path);
+        if (workspace.setIcon(LWIconImage(), path)) {
+            std::printf("cleared\t%s\n", QFile::encodeName(path).constData());
+        } else if (exists) {
+            std::fprintf(stderr, "dotwise clear-badges: can't take the badge off '%s'\n",
+                         QFile::encodeName(path).constData());
+            status = 1;
+        }
+    }
+    workspace.removeLegacyPictures();
+    QDir().rmdir(workspace.pictureDirectory());
+    return status;
+}
