@@ -1,14 +1,17 @@
 #include "cli/DWCommandLine.h"
+#include "controller/DWBusService.h"
 #include "controller/DWSingleInstance.h"
 #include "controller/DotwiseAppDelegate.h"
 #include "foundation/LWBundle.h"
 #include "monitoring/DWFileWatcher.h"
 #include "platform/DWAutostartLaunchAtLoginController.h"
+#include "platform/DWEmblemTheme.h"
 #include "platform/DWInotifyEventStreamFactory.h"
 #include "platform/DWLinuxWorkspace.h"
 #include "platform/DWWindowActivator.h"
 
 #include <QApplication>
+#include <QDBusConnection>
 #include <QIcon>
 #include <QMainWindow>
 #include <QTimer>
@@ -64,11 +67,17 @@ int main(int argc, char* argv[]) {
     }
 
     DWLinuxWorkspace workspace;
+    DWEmblemTheme emblemTheme;
     DotwiseAppDelegate::Services services;
     services.workspace = &workspace;
+    services.badgeMode = DWBadgeMode::forThisSession();
+    services.fileEmblems = &workspace;
+    services.emblemTheme = &emblemTheme;
     services.launchAtLoginController = std::make_unique<DWAutostartLaunchAtLoginController>();
     services.fileWatcher = std::make_unique<DWFileWatcher>(DWInotifyEventStreamFactory::create());
     DotwiseAppDelegate delegate(std::move(services));
+    DWBusService busService(delegate);
+    busService.registerOn(QDBusConnection::sessionBus(), bundle.bundleIdentifier());
 
     QObject::connect(&instance, &DWSingleInstance::reopenRequested, &delegate,
                      [&delegate](const DWSingleInstance::Launch& later) {

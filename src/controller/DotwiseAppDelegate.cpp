@@ -45,7 +45,9 @@ constexpr std::chrono::seconds quitWaitForWorker{5};
 // Start-up, persistence and shutdown
 
 DotwiseAppDelegate::DotwiseAppDelegate(Services services, QObject* parent)
-    : QObject(parent), _workspace(services.workspace),
+    : QObject(parent), _workspace(services.workspace), _fileEmblems(services.fileEmblems),
+      _emblemTheme(services.emblemTheme),
+      _badgeMode(_fileEmblems && _emblemTheme ? services.badgeMode : DWBadgeMode::Picture),
       _terminateHandler(std::move(services.terminate)),
       _systemTrayAvailable(std::move(services.isSystemTrayAvailable)) {
     Q_ASSERT(_workspace);

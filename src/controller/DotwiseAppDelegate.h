@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/DWBadgeMode.h"
 #include "ui/LWIconImage.h"
 
 #include <QElapsedTimer>
@@ -21,6 +22,8 @@
 
 class ABViewSelectingController;
 class DWConfigViewController;
+class DWEmblemTheme;
+class DWFileEmblems;
 class DWFileWatcher;
 class DWSerialQueue;
 class DWSoftwareUpdater;
@@ -76,6 +79,14 @@ public:
         // The file watcher over the platform's directory event stream; the
         // controller becomes its delegate.
         std::unique_ptr<DWFileWatcher> fileWatcher;
+        // How badges are shown. Emblems need the two services below; without
+        // them badges are pictures.
+        DWBadgeMode::Mode badgeMode = DWBadgeMode::Picture;
+        // Emblems on files and the emblem icons; both must outlive the
+        // controller. With emblems set, every badge removal takes off the
+        // file's emblem too, in either mode.
+        DWFileEmblems* fileEmblems = nullptr;
+        DWEmblemTheme* emblemTheme = nullptr;
         // Ends the application. Default: QCoreApplication::quit().
         std::function<void()> terminate;
         // Whether a tray shows the status item now; asked each time it
@@ -124,6 +135,7 @@ public:
     DWFileWatcher* fileWatcher() const { return _fileWatcher.get(); }
     DWSoftwareUpdater* updater() const { return _updater; }
     LWWorkspace& workspace() const { return *_workspace; }
+    DWBadgeMode::Mode badgeMode() const { return _badgeMode; }
 
     // --- Outlets -----------------------------------------------------------
 
@@ -243,6 +255,8 @@ signals:
     void badgeUpdateFinished(const QString& path);
     // After every rebuild of the status menu.
     void statusMenuRebuilt();
+    // At the end of every setIsDotwiseEnabled().
+    void dotwiseEnabledChanged(bool enabled);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -264,6 +278,12 @@ private:
     // Queues _removeBadge on the worker, behind every update queued before.
     void _removeBadgeAsync(const QString& path);
     void _updateAllDotwise();
+    // Background worker: the count's emblem in place of whatever was on the
+    // file.
+    void _setEmblem(const QString& path, int openTasks);
+    // Draws the common counts' emblems on the worker, a few at a time, so
+    // that badge updates queued meanwhile don't wait for all of them.
+    void _prepareEmblems(int from);
     void _badgeUpdateDidFinish(const TaskListPointer& taskList);
     void _refreshAfterBadgeUpdates();
     void _askNextStyleQuestion();
@@ -289,6 +309,9 @@ private:
     bool _mayBadge(const DWTaskList* taskList) const;
 
     LWWorkspace* _workspace = nullptr;
+    DWFileEmblems* _fileEmblems = nullptr;
+    DWEmblemTheme* _emblemTheme = nullptr;
+    DWBadgeMode::Mode _badgeMode = DWBadgeMode::Picture;
     std::function<void()> _terminateHandler;
     std::function<bool()> _systemTrayAvailable;
 

@@ -2,6 +2,8 @@
 #include "controller/DotwiseAppDelegate.h"
 #include "logging/LWLogger.h"
 #include "model/DWTaskList.h"
+#include "platform/DWEmblemTheme.h"
+#include "platform/DWFileEmblems.h"
 #include "ui/LWWorkspace.h"
 #include "ui_DWMainWindow.h"
 #include "views/ABViewSelectingController.h"
@@ -11,6 +13,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTableView>
+#include <QTimer>
 
 namespace {
 const QString noteWhenOn = QStringLiteral(
@@ -19,6 +22,11 @@ const QString noteWhenOff =
     QStringLiteral("Note: Click the big ON/OFF switch to activate Dotwise.");
 // Least time between two refreshes while badge updates are still queued.
 constexpr qint64 refreshInterval = 200;
+// Common counts' emblems drawn per worker job.
+constexpr int emblemsPerJob = 10;
+// GTK file managers look for new icons in the theme at most every 5 s, and only
+// while drawing: a file whose emblem was new to them is drawn again after that.
+constexpr int newEmblemRedrawDelay = 6000;
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -41,6 +49,8 @@ void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
         for (const TaskListPointer& taskList : std::as_const(_taskLists))
             _allowBadge(taskList.get());
         _updateAllDotwise();
+        if (_badgeMode == DWBadgeMode::Emblem)
+            _prepareEmblems(0);
         _ui->noteLabel->setText(noteWhenOn);
     } else {
         _ui->hideOrQuitButton->setText(QStringLiteral("Quit"));
@@ -54,6 +64,7 @@ void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
         }
     }
     reloadTable();
+    emit dotwiseEnabledChanged(enabled);
 }
 
 void DotwiseAppDelegate::_updateAllDotwise() {
@@ -93,6 +104,14 @@ void DotwiseAppDelegate::updateBadge(const TaskListPointer& taskList, bool conce
 }
 
 void DotwiseAppDelegate::_writeBadge(const QString& path, int openTasks, bool concealModification) {
+    if (_badgeMode == DWBadgeMode::Emblem) {
+        _setEmblem(path, openTasks);
+        return;
+    }
+    // An emblem may be left from a run in the other mode (asking costs no
+    // write when there is none).
+    if (_fileEmblems)
+        _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix, QString());
     // The plain icon never includes the custom one, so the old badge needs no
     // removal first: one write replaces it.
     const LWIconImage icon = _workspace->iconForFile(path);
@@ -101,6 +120,49 @@ void DotwiseAppDelegate::_writeBadge(const QString& path, int openTasks, bool co
 
 void DotwiseAppDelegate::_removeBadge(const QString& path) {
     setIcon(LWIconImage(), path, false);
+    if (_fileEmblems)
+        _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix, QString());
+}
+
+void DotwiseAppDelegate::_setEmblem(const QString& path, int openTasks) {
+    // A picture may be left from a run in the other mode.
+    _workspace->setIcon(LWIconImage(), path);
+    // A count whose emblem can't be drawn still gets its name: the file
+    // manager shows nothing for it, which is better than a wrong count.
+    const bool newEmblem = !_emblemTheme->isInstalled(openTasks);
+    _emblemTheme->install(openTasks);
+    _fileEmblems->replaceEmblem(path, DWEmblemTheme::kNamePrefix,
+                                DWEmblemTheme::emblemName(openTasks));
+    if (newEmblem) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, path] {
+                QTimer::singleShot(newEmblemRedrawDelay, this, [this, path] {
+                    if (TaskListPointer taskList = taskListForFile(path))
+                        updateBadgeAsync(taskList, true);
+                });
+            },
+            Qt::QueuedConnection);
+    }
+}
+
+void DotwiseAppDelegate::_prepareEmblems(int from) {
+    const int common = _emblemTheme->commonCounts();
+    if (from >= common || !_isDotwiseEnabled)
+        return;
+    _backgroundQueue->addOperation([this, from, common] {
+        if (!_quitting) {
+            QList<int> counts;
+            for (int n = from; n < qMin(from + emblemsPerJob, common); ++n)
+                counts.append(n);
+            _emblemTheme->install(counts);
+            // The next few go behind whatever was queued meanwhile.
+            QMetaObject::invokeMethod(
+                this, [this, from] { _prepareEmblems(from + emblemsPerJob); },
+                Qt::QueuedConnection);
+        }
+        ++_finishedBadgeJobs;
+    });
 }
 
 void DotwiseAppDelegate::_removeBadgeAsync(const QString& path) {

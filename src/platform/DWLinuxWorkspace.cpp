@@ -30,10 +30,12 @@
 #include <fcntl.h>
 #include <mutex>
 #include <sys/stat.h>
+#include <vector>
 
 namespace {
 const QList<int> iconPointSizes = {16, 32, 128, 256, 512};
 const char* const customIconAttribute = "metadata::custom-icon";
+const char* const emblemsAttribute = "metadata::emblems";
 const QString bundledIconPath = QStringLiteral(":/platform/generic-document.svg");
 
 LWIconImage bundledDocumentIcon() {
@@ -291,6 +293,10 @@ bool DWLinuxWorkspace::writeCustomIconAttribute(const QString& path, const QStri
     const QString reason =
         error ? QString::fromUtf8(error->message) : QStringLiteral("unknown error");
     g_clear_error(&error);
+    return reportMetadataFailure(reason, path);
+}
+
+bool DWLinuxWorkspace::reportMetadataFailure(const QString& reason, const QString& path) {
     if (!_warnedAboutMetadata.exchange(true))
         LW_LOG(1, "-[DWLinuxWorkspace setIcon:forFile:]",
                QStringLiteral("Can't set custom file icons, so the file manager shows no "
@@ -355,6 +361,56 @@ bool DWLinuxWorkspace::setIcon(const LWIconImage& icon, const QString& path) {
     // A picture from an earlier version, in the cache or in another file's folder.
     if (isOurPicture(current) && !current.startsWith(folder + QLatin1Char('/')))
         QFile::remove(current);
+    touchChangeTime(path);
+    return true;
+}
+
+bool DWLinuxWorkspace::replaceEmblem(const QString& path, const QString& ownPrefix,
+                                     const QString& name) {
+    if (path.isEmpty() || !QFileInfo::exists(path))
+        return false;
+    GFilePointer file(g_file_new_for_path(QFile::encodeName(path).constData()));
+    const MetadataWriteScope scope;
+    // The user's own emblems stay.
+    QList<QByteArray> emblems;
+    bool hadOwn = false;
+    if (GFileInfo* info = g_file_query_info(file.get(), emblemsAttribute, G_FILE_QUERY_INFO_NONE,
+                                            nullptr, nullptr)) {
+        if (char** names = g_file_info_get_attribute_stringv(info, emblemsAttribute)) {
+            for (char** each = names; *each; ++each) {
+                if (QString::fromUtf8(*each).startsWith(ownPrefix))
+                    hadOwn = true;
+                else
+                    emblems.append(QByteArray(*each));
+            }
+        }
+        g_object_unref(info);
+    }
+    // Nothing of ours to take off: no write, and no redraw for it (every
+    // picture removal asks, in case a run in emblem mode left one).
+    if (name.isEmpty() && !hadOwn)
+        return true;
+    if (!name.isEmpty())
+        emblems.append(name.toUtf8());
+    GError* error = nullptr;
+    gboolean done;
+    if (emblems.isEmpty()) {
+        done = g_file_set_attribute(file.get(), emblemsAttribute, G_FILE_ATTRIBUTE_TYPE_INVALID,
+                                    nullptr, G_FILE_QUERY_INFO_NONE, nullptr, &error);
+    } else {
+        std::vector<char*> names;
+        for (QByteArray& emblem : emblems)
+            names.push_back(emblem.data());
+        names.push_back(nullptr);
+        done = g_file_set_attribute(file.get(), emblemsAttribute, G_FILE_ATTRIBUTE_TYPE_STRINGV,
+                                    names.data(), G_FILE_QUERY_INFO_NONE, nullptr, &error);
+    }
+    if (!done) {
+        const QString reason =
+            error ? QString::fromUtf8(error->message) : QStringLiteral("unknown error");
+        g_clear_error(&error);
+        return reportMetadataFailure(reason, path);
+    }
     touchChangeTime(path);
     return true;
 }

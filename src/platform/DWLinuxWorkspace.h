@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/DWFileEmblems.h"
 #include "ui/LWWorkspace.h"
 
 #include <QHash>
@@ -20,7 +21,7 @@ class DWIconTheme;
 // - opening through the desktop's default applications, revealing through the
 //   org.freedesktop.FileManager1 D-Bus service, applications found by their
 //   desktop entries.
-class DWLinuxWorkspace : public LWWorkspace {
+class DWLinuxWorkspace : public LWWorkspace, public DWFileEmblems {
 public:
     struct Options {
         QString iconThemeName;       // empty: the desktop's icon theme
@@ -44,6 +45,10 @@ public:
     // on. No date is ever written. The old picture is found in the file's own
     // folder, never by listing every badge.
     bool setIcon(const LWIconImage& icon, const QString& path) override;
+
+    // Emblems as the GIO metadata attribute "metadata::emblems"; then the
+    // same change-time touch as setIcon, so that file managers redraw.
+    bool replaceEmblem(const QString& path, const QString& ownPrefix, const QString& name) override;
 
     std::optional<LWTimestamp> contentModificationDate(const QString& path) const override;
     bool setContentModificationDate(const QString& path, const LWTimestamp& date) override;
@@ -80,6 +85,8 @@ private:
     QString writePicture(const QImage& image, const QString& folder, const QString& path) const;
     bool isOurPicture(const QString& picture) const;
     bool writeCustomIconAttribute(const QString& path, const QString& picture);
+    // Logs a failed metadata write (the first one loudly); false.
+    bool reportMetadataFailure(const QString& reason, const QString& path);
 
     std::unique_ptr<DWIconTheme> _iconTheme;
     QString _pictureDirectory;

@@ -3,6 +3,7 @@
 #include "controller/DWTaskListTableModel.h"
 #include "controller/DotwiseAppDelegate.h"
 #include "fakes/FakeDirectoryEventStreamFactory.h"
+#include "fakes/FakeFileEmblems.h"
 #include "fakes/FakeLaunchAtLoginController.h"
 #include "fakes/FakeWorkspace.h"
 #include "foundation/LWPreferences.h"
@@ -10,6 +11,7 @@
 #include "model/DWTaskList.h"
 #include "model/DWTaskRuleSet.h"
 #include "monitoring/DWFileWatcher.h"
+#include "platform/DWEmblemTheme.h"
 #include "support/TestEnvironment.h"
 
 #include <QAction>
@@ -123,6 +125,9 @@ protected:
         services.launchAtLoginController = std::move(loginItemController);
         services.fileWatcher = std::make_unique<DWFileWatcher>(factory ? factory : streams);
         services.terminate = [this] { ++terminations; };
+        services.badgeMode = badgeMode;
+        services.fileEmblems = &emblems;
+        services.emblemTheme = &emblemTheme;
         services.isSystemTrayAvailable = [this] { return trayAvailable; };
         delegate = std::make_unique<DotwiseAppDelegate>(std::move(services));
         delegate->applicationDidFinishLaunching();
@@ -177,6 +182,9 @@ protected:
     }
 
     RecordingWorkspace workspace;
+    DWBadgeMode::Mode badgeMode = DWBadgeMode::Picture;
+    FakeFileEmblems emblems;
+    DWEmblemTheme emblemTheme{QString(), 3}; // under the test's private XDG_DATA_HOME
     std::shared_ptr<FakeDirectoryEventStreamFactory> streams =
         std::make_shared<FakeDirectoryEventStreamFactory>();
     FakeLaunchAtLoginController* loginItem = nullptr; // owned by the controller

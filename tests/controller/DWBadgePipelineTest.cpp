@@ -132,3 +132,41 @@ TEST_F(ControllerTest, ASaveDuringABadgeWriteKeepsItsDateAndIsCountedAgain) {
     EXPECT_EQ(openTasksColumn(), QStringList{u"3"_s});
     EXPECT_EQ(lw::contentModificationDate(a), saved);
 }
+
+TEST_F(ControllerTest, EmblemModeMarksEachFileWithItsCountAndLeavesNothingBehind) {
+    badgeMode = DWBadgeMode::Emblem;
+    const QString a = makeFile(u"a.md"_s, "- [ ] 1\n- [ ] 2\n"),
+                  b = makeFile(u"b.md"_s, "- [ ] 1\n");
+    saveTaskLists({a, b});
+    // Left from earlier runs: a picture on a, an old count on b next to the
+    // user's own emblem.
+    LWIconImage picture;
+    picture.addRepresentation(QImage(16, 16, QImage::Format_ARGB32), QSizeF(16, 16));
+    workspace.setIcon(picture, a);
+    emblems.setEmblems(b, {u"emblem-favorite"_s, u"emblem-dotwise-9"_s});
+
+    DotwiseAppDelegate& app = start(true);
+    app.waitUntilBadgeUpdatesFinish();
+    EXPECT_EQ(app.badgeMode(), DWBadgeMode::Emblem);
+    EXPECT_FALSE(workspace.hasCustomIcon(a));
+    EXPECT_EQ(emblems.emblems(a), QStringList{u"emblem-dotwise-2"_s});
+    EXPECT_EQ(emblems.emblems(b), (QStringList{u"emblem-favorite"_s, u"emblem-dotwise-1"_s}));
+    EXPECT_FALSE(QImage(emblemTheme.iconPath(2, 256, 2)).isNull());
+
+    // A count beyond the common ones gets its emblem drawn when needed.
+    QByteArray many;
+    for (int i = 0; i < 120; ++i)
+        many += "- [ ] task\n";
+    dwtest::writeFile(a, many);
+    ASSERT_TRUE(lw::setContentModificationDate(a, LWTimestamp{1700000000, 5}));
+    streams->deliver(folder);
+    app.waitUntilBadgeUpdatesFinish();
+    EXPECT_EQ(emblems.emblems(a), QStringList{u"emblem-dotwise-120"_s});
+    EXPECT_EQ(QImage(emblemTheme.iconPath(120, 16, 1)).size(), QSize(16, 16));
+
+    app.removeTaskListFromWatchList(app.taskListForFile(a));
+    app.setIsDotwiseEnabled(false);
+    app.waitUntilBadgeUpdatesFinish();
+    EXPECT_TRUE(emblems.emblems(a).isEmpty());
+    EXPECT_EQ(emblems.emblems(b), QStringList{u"emblem-favorite"_s});
+}

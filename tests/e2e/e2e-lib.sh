@@ -38,6 +38,10 @@ e2e_session() {
     root="$(mktemp -d /tmp/dw-e2e.XXXXXX)"
     mkdir -p "$root"/{home,config,cache,data,state,runtime,files,ref}
     chmod 700 "$root/runtime"
+    # The checks read custom icons: badges are pictures whatever file manager
+    # the machine has (a script may choose otherwise).
+    mkdir -p "$root/config/Wrenfield"
+    printf '[General]\nBadgeMode=picture\n' >"$root/config/Wrenfield/Dotwise.conf"
     env -u DBUS_SESSION_BUS_ADDRESS -u DISPLAY -u WAYLAND_DISPLAY -u XDG_DATA_DIRS \
       DW_E2E_ROOT="$root" DW_E2E_CLI="$E2E_CLI" HOME="$root/home" XDG_CONFIG_HOME="$root/config" \
       XDG_CACHE_HOME="$root/cache" XDG_DATA_HOME="$root/data" XDG_STATE_HOME="$root/state" \

@@ -185,6 +185,45 @@ TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOr
     EXPECT_TRUE(QDir(pictures).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty());
 }
 
+TEST(EmblemsWithMetadataService, OurEmblemIsReplacedAndRemovedBesideTheUsersOwn) {
+    if (QStandardPaths::findExecutable(u"gio"_s).isEmpty())
+        GTEST_SKIP() << "the gio tool (libglib2.0-bin) is not installed";
+    DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
+    const QString file = dwtest::homePath() + u"/session/emblems.txt"_s;
+    dwtest::writeFile(file, "- [ ] one\n");
+    ASSERT_EQ(QProcess::execute(u"gio"_s, {u"set"_s, u"-t"_s, u"stringv"_s, file,
+                                           u"metadata::emblems"_s, u"emblem-favorite"_s}),
+              0);
+    const auto before = timesOf(file);
+    const auto emblemsOf = [&] {
+        QProcess gio;
+        gio.start(u"gio"_s, {u"info"_s, u"-a"_s, u"metadata::emblems"_s, file});
+        EXPECT_TRUE(gio.waitForFinished(30000));
+        return QString::fromUtf8(gio.readAllStandardOutput())
+            .section(u"metadata::emblems: "_s, 1)
+            .trimmed();
+    };
+    const QString prefix = u"emblem-dotwise-"_s;
+    const std::pair<QString, QString> steps[] = {
+        {u"emblem-dotwise-3"_s, u"[emblem-favorite, emblem-dotwise-3]"_s},
+        {u"emblem-dotwise-12"_s, u"[emblem-favorite, emblem-dotwise-12]"_s},
+        {QString(), u"[emblem-favorite]"_s},
+    };
+    for (const auto& [name, expected] : steps) {
+        bool done = false;
+        const std::unique_ptr<QThread> worker(
+            QThread::create([&] { done = workspace.replaceEmblem(file, prefix, name); }));
+        worker->start();
+        worker->wait();
+        EXPECT_TRUE(done);
+        EXPECT_EQ(emblemsOf(), expected);
+    }
+    const auto after = timesOf(file);
+    EXPECT_EQ(after[1], before[1]);
+    EXPECT_NE(after[2], before[2]);
+    EXPECT_FALSE(workspace.replaceEmblem(file + u".gone"_s, prefix, QString()));
+}
+
 namespace {
 // Stands in for the file manager's D-Bus service.
 class FakeFileManager : public QObject {

@@ -1,0 +1,62 @@
+#include "platform/DWEmblemTheme.h"
+
+#include "support/LogCapture.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+qint64 modifiedAt(const QString& path) {
+    return QFileInfo(path).fileTime(QFileDevice::FileModificationTime).toSecsSinceEpoch();
+}
+bool setModifiedAt(const QString& path, qint64 seconds) {
+    const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    return utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) == 0;
+}
+} // namespace
+
+TEST(DWEmblemThemeTest, DrawsEverySizeOnceAndTouchesTheThemeOnlyWhenItAdds) {
+    DWEmblemTheme theme(dwtest::homePath() + u"/theme"_s);
+    ASSERT_TRUE(theme.install({7, 1234}));
+    for (int size : DWEmblemTheme::sizes()) {
+        for (int scale : {1, 2}) {
+            const QImage image(theme.iconPath(7, size, scale));
+            ASSERT_EQ(image.size(), QSize(size * scale, size * scale)) << size << "@" << scale;
+            // The disc's red at the centre, whatever the size.
+            const QColor centre = image.pixelColor(image.width() / 2, image.height() * 3 / 4);
+            EXPECT_GT(centre.red(), 150) << size << "@" << scale;
+            EXPECT_LT(centre.green(), 60) << size << "@" << scale;
+        }
+    }
+    EXPECT_EQ(QFileInfo(theme.iconPath(1234, 48, 1)).fileName(), u"emblem-dotwise-1234.png"_s);
+
+    // Installed already, by this theme or an earlier run's: nothing moves.
+    const QString icon = theme.iconPath(7, 16, 1);
+    ASSERT_TRUE(setModifiedAt(icon, 1000000000));
+    ASSERT_TRUE(setModifiedAt(theme.themeDirectory(), 1000000000));
+    DWEmblemTheme again(theme.themeDirectory());
+    ASSERT_TRUE(again.install(7));
+    EXPECT_EQ(modifiedAt(icon), 1000000000);
+    EXPECT_EQ(modifiedAt(theme.themeDirectory()), 1000000000);
+    ASSERT_TRUE(again.install(8));
+    EXPECT_GT(modifiedAt(theme.themeDirectory()), 1000000000);
+}
+
+TEST(DWEmblemThemeTest, UnwritableThemeSaysSoAndDrawsLater) {
+    const QString blocked = dwtest::homePath() + u"/blocked"_s;
+    dwtest::writeFile(blocked, "a file where the theme folder should be");
+    DWEmblemTheme theme(blocked + u"/hicolor"_s);
+    dwtest::LogCapture log;
+    EXPECT_FALSE(theme.install(3));
+    EXPECT_FALSE(theme.isInstalled(3));
+    EXPECT_TRUE(
+        log.standardError().contains(u"Can't write the emblem %1"_s.arg(theme.iconPath(3, 16, 1))));
+}
