@@ -121,6 +121,7 @@ TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListOnlyWhileOnAndDoubleCl
     table()->selectRow(1);
     QTest::keyClick(table(), Qt::Key_Delete);
     EXPECT_EQ(savedPaths(), (QStringList{a, c}));
+    app.waitUntilBadgeUpdatesFinish(); // the badge comes off on the worker
     EXPECT_FALSE(workspace.hasCustomIcon(b));
     EXPECT_TRUE(QFile::exists(b));
     // Backspace pressed elsewhere in the window reaches the controller too.
@@ -293,7 +294,8 @@ TEST_F(WindowControlsTest, WithoutATrayHideAndClosingMinimiseUntilATrayAppears) 
 TEST_F(WindowControlsTest, TabReachesTheSwitchAndSpaceTogglesIt) {
     DotwiseAppDelegate& app = start(true);
     QMainWindow* window = app.mainWindow();
-    QApplication::setActiveWindow(window);
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
     table()->setFocus();
     // Tab leaves the table rather than moving between its cells, and comes
     // round to the switch.

@@ -246,7 +246,8 @@ TEST_F(AlertTest, TabReachesEveryButtonAndReturnPressesTheFocusedOne) {
     int result = 99;
     alert->beginSheetModalForWindow(window.get(), [&](int returnCode) { result = returnCode; });
     QDialog* sheet = alert->window();
-    QApplication::setActiveWindow(sheet);
+    sheet->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(sheet));
     const QList<QPushButton*> buttons = alert->buttons(); // Take, Skip, Later
     ASSERT_EQ(QApplication::focusWidget(), buttons.at(0));
     for (QPushButton* next : {buttons.at(1), buttons.at(2), buttons.at(0), buttons.at(1)}) {
