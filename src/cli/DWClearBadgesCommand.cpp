@@ -2,6 +2,7 @@
 
 #include "foundation/LWPreferences.h"
 #include "model/DWTaskList.h"
+#include "platform/DWEmblemTheme.h"
 #include "platform/DWLinuxWorkspace.h"
 
 #include <QCoreApplication>
@@ -49,7 +50,10 @@ int DWClearBadgesCommand::run(int argc, char* argv[]) {
             continue;
         done.insert(path);
         const bool exists = QFileInfo::exists(path);
-        if (workspace.setIcon(LWIconImage(), path)) {
+        // Either way of showing a badge may have been in use: take off both.
+        const bool emblemOff =
+            !exists || workspace.replaceEmblem(path, DWEmblemTheme::kNamePrefix, QString());
+        if (workspace.setIcon(LWIconImage(), path) && emblemOff) {
             std::printf("cleared\t%s\n", QFile::encodeName(path).constData());
         } else if (exists) {
             std::fprintf(stderr, "dotwise clear-badges: can't take the badge off '%s'\n",
@@ -58,6 +62,7 @@ int DWClearBadgesCommand::run(int argc, char* argv[]) {
         }
     }
     workspace.removeLegacyPictures();
+    DWEmblemTheme().uninstall();
     QDir().rmdir(workspace.pictureDirectory());
     return status;
 }

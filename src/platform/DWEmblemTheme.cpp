@@ -89,3 +89,21 @@ int DWEmblemTheme::draw(int openTasks) const {
     }
     return written;
 }
+
+int DWEmblemTheme::uninstall() {
+    std::lock_guard lock(_lock);
+    int removed = 0;
+    const QDir theme(_themeDirectory);
+    for (const QString& folder : theme.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QDir emblems(theme.filePath(folder + QStringLiteral("/emblems")));
+        for (const QString& name :
+             emblems.entryList({kNamePrefix + QStringLiteral("*.png")}, QDir::Files)) {
+            if (emblems.remove(name))
+                ++removed;
+        }
+    }
+    _installed.clear();
+    if (removed > 0)
+        utimensat(AT_FDCWD, QFile::encodeName(_themeDirectory).constData(), nullptr, 0);
+    return removed;
+}

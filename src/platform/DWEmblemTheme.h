@@ -36,6 +36,9 @@ public:
     bool install(const QList<int>& counts);
     bool install(int openTasks) { return install(QList<int>{openTasks}); }
     bool isInstalled(int openTasks) const;
+    // Deletes every emblem picture of ours from the theme, for uninstalling;
+    // answers how many it deleted.
+    int uninstall();
 
 private:
     // How many pictures it wrote; -1 when one could not be written.

@@ -48,6 +48,14 @@ TEST(DWEmblemThemeTest, DrawsEverySizeOnceAndTouchesTheThemeOnlyWhenItAdds) {
     EXPECT_EQ(modifiedAt(theme.themeDirectory()), 1000000000);
     ASSERT_TRUE(again.install(8));
     EXPECT_GT(modifiedAt(theme.themeDirectory()), 1000000000);
+
+    // Uninstalling takes our pictures and nobody else's.
+    const QString other = theme.themeDirectory() + u"/16x16/emblems/emblem-favorite.png"_s;
+    dwtest::writeFile(other, "png");
+    EXPECT_EQ(again.uninstall(), 3 * 2 * int(DWEmblemTheme::sizes().size()));
+    EXPECT_FALSE(QFile::exists(icon));
+    EXPECT_TRUE(QFile::exists(other));
+    EXPECT_FALSE(again.isInstalled(8));
 }
 
 TEST(DWEmblemThemeTest, UnwritableThemeSaysSoAndDrawsLater) {
