@@ -13,8 +13,11 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QIcon>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QMainWindow>
 #include <QTimer>
+#include <QTranslator>
 #include <cstdio>
 
 int main(int argc, char* argv[]) {
@@ -41,6 +44,16 @@ int main(int argc, char* argv[]) {
         DWSingleInstance::Launch::fromEnvironment(DWCommandLine::fileArguments(argc, argv));
 
     QApplication app(argc, argv);
+    // The user's language where there is a catalogue for it (Qt's own dialogs
+    // and buttons, then Dotwise's); the texts as written otherwise.
+    QTranslator qtTranslator;
+    if (qtTranslator.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                          QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&qtTranslator);
+    QTranslator translator;
+    if (translator.load(QLocale(), QStringLiteral("dotwise"), QStringLiteral("_"),
+                        QStringLiteral(":/i18n")))
+        QCoreApplication::installTranslator(&translator);
     const LWBundle& bundle = LWBundle::mainBundle();
     QApplication::setApplicationName(bundle.bundleName());
     QApplication::setApplicationDisplayName(bundle.bundleName());

@@ -133,8 +133,7 @@ std::unique_ptr<LWAlert> LWAlert::alertWithMessageText(const QString& messageTex
     auto alert = std::make_unique<LWAlert>();
     alert->setMessageText(messageText);
     alert->setInformativeText(informativeText);
-    alert->_addButton(defaultButton.isEmpty() ? QStringLiteral("OK") : defaultButton,
-                      DefaultReturn);
+    alert->_addButton(defaultButton.isEmpty() ? tr("OK") : defaultButton, DefaultReturn);
     if (!alternateButton.isEmpty())
         alert->_addButton(alternateButton, AlternateReturn);
     if (!otherButton.isEmpty())
@@ -267,7 +266,7 @@ QWidget* LWAlert::takeAccessoryView() {
 void LWAlert::_prepareToShow(QWidget* window) {
     _ensureDialog();
     if (_buttons.isEmpty())
-        addButtonWithTitle(QStringLiteral("OK"));
+        addButtonWithTitle(tr("OK"));
     if (window)
         window = window->window();
     _dialog->setParent(window, alertWindowFlags);
@@ -366,7 +365,7 @@ void LWAlert::_dialogDestroyed() {
 }
 
 bool LWAlert::_cancelByKeyboard() {
-    return clickButtonWithTitle(QStringLiteral("Cancel"));
+    return clickButtonWithTitle(tr("Cancel"));
 }
 
 QList<LWAlert*> LWAlert::activeAlerts() {

@@ -33,21 +33,23 @@ struct Options {
 
 std::variant<Options, QString> parse(const QStringList& arguments) {
     QCommandLineParser parser;
-    const QCommandLineOption countOption(
-        QStringLiteral("count"), QStringLiteral("The number on the badge."), QStringLiteral("N"));
+    const QCommandLineOption countOption(QStringLiteral("count"),
+                                         DWBadgeCommand::tr("The number on the badge."),
+                                         QStringLiteral("N"));
     const QCommandLineOption sizeOption(QStringLiteral("size"),
-                                        QStringLiteral("Badge side in points (default 128)."),
+                                        DWBadgeCommand::tr("Badge side in points (default 128)."),
                                         QStringLiteral("S"));
     const QCommandLineOption shadowOption(QStringLiteral("shadow"),
-                                          QStringLiteral("Draw the drop shadow."));
+                                          DWBadgeCommand::tr("Draw the drop shadow."));
     const QCommandLineOption composeOption(
-        QStringLiteral("compose"), QStringLiteral("Compose the badge onto the given images."));
+        QStringLiteral("compose"), DWBadgeCommand::tr("Compose the badge onto the given images."));
     const QCommandLineOption outputOption(
         {QStringLiteral("o"), QStringLiteral("output")},
-        QStringLiteral("The PNG to write, or the folder for --compose."), QStringLiteral("PATH"));
-    const QCommandLineOption fileOption(QStringLiteral("file"),
-                                        QStringLiteral("Compose the badge onto this file's icon."),
-                                        QStringLiteral("PATH"));
+        DWBadgeCommand::tr("The PNG to write, or the folder for --compose."),
+        QStringLiteral("PATH"));
+    const QCommandLineOption fileOption(
+        QStringLiteral("file"), DWBadgeCommand::tr("Compose the badge onto this file's icon."),
+        QStringLiteral("PATH"));
     parser.addOptions(
         {countOption, sizeOption, shadowOption, composeOption, fileOption, outputOption});
     if (!parser.parse(arguments))
@@ -55,17 +57,17 @@ std::variant<Options, QString> parse(const QStringList& arguments) {
 
     Options options;
     if (!parser.isSet(countOption))
-        return QStringLiteral("--count N is required");
+        return DWBadgeCommand::tr("--count N is required");
     bool ok = false;
     options.count = parser.value(countOption).toInt(&ok);
     if (!ok)
-        return QStringLiteral("--count wants a whole number, not '%1'")
+        return DWBadgeCommand::tr("--count wants a whole number, not '%1'")
             .arg(parser.value(countOption));
 
     if (parser.isSet(sizeOption)) {
         const qreal side = parser.value(sizeOption).toDouble(&ok);
         if (!ok || !(side >= 1) || side > kMaxSide)
-            return QStringLiteral("--size wants a number of points from 1 to %1, not '%2'")
+            return DWBadgeCommand::tr("--size wants a number of points from 1 to %1, not '%2'")
                 .arg(kMaxSide)
                 .arg(parser.value(sizeOption));
         options.side = side;
@@ -77,23 +79,23 @@ std::variant<Options, QString> parse(const QStringList& arguments) {
     options.output = parser.value(outputOption);
 
     if (options.output.isEmpty())
-        return QStringLiteral("-o is required");
+        return DWBadgeCommand::tr("-o is required");
     if (parser.isSet(fileOption)) {
         if (options.file.isEmpty())
-            return QStringLiteral("--file needs a path");
+            return DWBadgeCommand::tr("--file needs a path");
         if (options.compose || !options.images.isEmpty())
-            return QStringLiteral("--file takes the icon from the file: no images to compose");
+            return DWBadgeCommand::tr("--file takes the icon from the file: no images to compose");
         if (options.side || options.shadow)
-            return QStringLiteral("--size and --shadow do not apply to --file: the badge is "
-                                  "sized for each image");
+            return DWBadgeCommand::tr("--size and --shadow do not apply to --file: the badge is "
+                                      "sized for each image");
     } else if (options.compose) {
         if (options.images.isEmpty())
-            return QStringLiteral("--compose needs at least one image");
+            return DWBadgeCommand::tr("--compose needs at least one image");
         if (options.side || options.shadow)
-            return QStringLiteral("--size and --shadow do not apply to --compose: the badge is "
-                                  "sized for each image");
+            return DWBadgeCommand::tr("--size and --shadow do not apply to --compose: the badge is "
+                                      "sized for each image");
     } else if (!options.images.isEmpty()) {
-        return QStringLiteral("unexpected argument '%1' (images go after --compose)")
+        return DWBadgeCommand::tr("unexpected argument '%1' (images go after --compose)")
             .arg(options.images.first());
     }
     return options;
@@ -119,7 +121,7 @@ QString fileNameFor(const LWIconImage::Representation& representation, QStringLi
 int writeComposed(const LWIconImage& icon, int count, const QString& folder, QTextStream& out,
                   QTextStream& err) {
     if (!QDir().mkpath(folder)) {
-        err << "dotwise badge: cannot create the folder '" << folder << "'\n";
+        err << DWBadgeCommand::tr("dotwise badge: cannot create the folder '%1'\n").arg(folder);
         return kRunError;
     }
     const LWIconImage badged = DWBadgeImage::addBadgeTo(icon, count);
@@ -127,7 +129,7 @@ int writeComposed(const LWIconImage& icon, int count, const QString& folder, QTe
     for (const LWIconImage::Representation& representation : badged.representations()) {
         const QString path = QDir(folder).filePath(fileNameFor(representation, used));
         if (!representation.image.save(path, "PNG")) {
-            err << "dotwise badge: cannot write '" << path << "'\n";
+            err << DWBadgeCommand::tr("dotwise badge: cannot write '%1'\n").arg(path);
             return kRunError;
         }
         out << path << '\n';
@@ -141,14 +143,15 @@ std::optional<LWIconImage> readIcon(const QStringList& paths, QTextStream& err) 
         QImageReader reader(path);
         const QImage image = reader.read();
         if (image.isNull()) {
-            err << "dotwise badge: cannot read the image '" << path << "': " << reader.errorString()
-                << '\n';
+            err << DWBadgeCommand::tr("dotwise badge: cannot read the image '%1': %2\n")
+                       .arg(path, reader.errorString());
             return std::nullopt;
         }
         if (image.width() > DWBadgeImage::kMaxPixelSide ||
             image.height() > DWBadgeImage::kMaxPixelSide) {
-            err << "dotwise badge: the image '" << path << "' is larger than "
-                << DWBadgeImage::kMaxPixelSide << " pixels a side\n";
+            err << DWBadgeCommand::tr(
+                       "dotwise badge: the image '%1' is larger than %2 pixels a side\n")
+                       .arg(path, QString::number(DWBadgeImage::kMaxPixelSide));
             return std::nullopt;
         }
         icon.addRepresentation(image);
@@ -177,14 +180,15 @@ int DWBadgeCommand::run(int argc, char* argv[]) {
 int DWBadgeCommand::execute(const QStringList& arguments, QTextStream& out, QTextStream& err) {
     const auto parsed = parse(arguments);
     if (const QString* error = std::get_if<QString>(&parsed)) {
-        err << "dotwise badge: " << *error << "\nUsage: dotwise " << synopsis() << '\n';
+        err << tr("dotwise badge: %1\nUsage: dotwise %2\n")
+                   .arg(*error, QString::fromUtf8(synopsis()));
         return kUsageError;
     }
     const Options& options = std::get<Options>(parsed);
 
     if (!options.file.isEmpty()) {
         if (!QFileInfo::exists(options.file)) {
-            err << "dotwise badge: there is no file '" << options.file << "'\n";
+            err << tr("dotwise badge: there is no file '%1'\n").arg(options.file);
             return kRunError;
         }
         // The icon the file manager shows for the file; the file itself is
@@ -203,11 +207,11 @@ int DWBadgeCommand::execute(const QStringList& arguments, QTextStream& out, QTex
     const qreal side = options.side.value_or(kDefaultSide);
     const DWBadgeImage badge(QSizeF(side, side), options.count, options.shadow);
     if (badge.isNull()) {
-        err << "dotwise badge: cannot make a badge of " << side << " points\n";
+        err << tr("dotwise badge: cannot make a badge of %1 points\n").arg(side);
         return kRunError;
     }
     if (!badge.image().save(options.output, "PNG")) {
-        err << "dotwise badge: cannot write '" << options.output << "'\n";
+        err << tr("dotwise badge: cannot write '%1'\n").arg(options.output);
         return kRunError;
     }
     out << options.output << '\n';

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QStringList>
 
 class QTextStream;
@@ -15,6 +16,8 @@ class QTextStream;
 // <width> in points. The third does the same with PATH's icon as the desktop's
 // icon theme draws it.
 class DWBadgeCommand {
+    Q_DECLARE_TR_FUNCTIONS(DWBadgeCommand)
+
 public:
     static const char* synopsis();
     // Entry from the command table: argv[0] is "badge". Creates an offscreen

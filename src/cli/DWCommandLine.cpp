@@ -56,13 +56,13 @@ int printVersion() {
 } // namespace
 
 QString DWCommandLine::usage() {
-    QString text = QStringLiteral("Usage: dotwise [--help | --version]\n");
-    text += QStringLiteral("       dotwise [FILE...]\n");
+    QString text = tr("Usage: dotwise [--help | --version]\n");
+    text += tr("       dotwise [FILE...]\n");
     for (const Subcommand& command : subcommands())
-        text += QStringLiteral("       dotwise %1\n").arg(QString::fromUtf8(command.synopsis));
-    text += QStringLiteral("Without a command, dotwise starts the desktop application, or brings "
-                           "the running one forward,\nand adds the FILEs to its task lists as if "
-                           "they were dropped on its window.\n");
+        text += tr("       dotwise %1\n").arg(QString::fromUtf8(command.synopsis));
+    text += tr("Without a command, dotwise starts the desktop application, or brings "
+               "the running one forward,\nand adds the FILEs to its task lists as if "
+               "they were dropped on its window.\n");
     return text;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QString>
 #include <QStringList>
 
@@ -7,6 +8,8 @@
 // (count, watch, badge, clear-badges), plus --help and --version. Anything
 // else is files for the desktop application: `dotwise FILE...`.
 class DWCommandLine {
+    Q_DECLARE_TR_FUNCTIONS(DWCommandLine)
+
 public:
     // True when argv names a subcommand or an option; run() answers those,
     // and an option it doesn't know is an error. The caller starts the

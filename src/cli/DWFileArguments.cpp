@@ -15,14 +15,15 @@ DWFileArguments::DWFileArguments(const char* command, const char* synopsis, int 
         } else if (argument == u"--json") {
             _json = true;
         } else if (argument == u"-h" || argument == u"--help") {
-            std::printf("Usage: dotwise %s\n", _synopsis);
+            std::fputs(qPrintable(tr("Usage: dotwise %1\n").arg(QString::fromUtf8(_synopsis))),
+                       stdout);
             _exitStatus = 0;
             return;
         } else if (argument == u"--style" || argument.startsWith(u"--style=")) {
             QString name;
             if (argument == u"--style") {
                 if (i + 1 >= argc) {
-                    _exitStatus = usageError(QStringLiteral("--style needs a value"));
+                    _exitStatus = usageError(tr("--style needs a value"));
                     return;
                 }
                 name = QFile::decodeName(argv[++i]);
@@ -31,17 +32,17 @@ DWFileArguments::DWFileArguments(const char* command, const char* synopsis, int 
             }
             const std::optional<Style> chosen = styleNamed(name);
             if (!chosen) {
-                _exitStatus = usageError(QStringLiteral("unknown style '%1'").arg(name));
+                _exitStatus = usageError(tr("unknown style '%1'").arg(name));
                 return;
             }
             _style = *chosen;
         } else {
-            _exitStatus = usageError(QStringLiteral("unknown option '%1'").arg(argument));
+            _exitStatus = usageError(tr("unknown option '%1'").arg(argument));
             return;
         }
     }
     if (_paths.isEmpty())
-        _exitStatus = usageError(QStringLiteral("no file given"));
+        _exitStatus = usageError(tr("no file given"));
 }
 
 std::shared_ptr<DWTaskRuleSet> DWFileArguments::ruleSetFor(const QString& path) const {
@@ -71,7 +72,9 @@ std::optional<DWFileArguments::Style> DWFileArguments::styleNamed(const QString&
 }
 
 int DWFileArguments::usageError(const QString& reason) const {
-    std::fprintf(stderr, "dotwise %s: %s\nUsage: dotwise %s\n", _command, qPrintable(reason),
-                 _synopsis);
+    std::fputs(
+        qPrintable(tr("dotwise %1: %2\nUsage: dotwise %3\n")
+                       .arg(QString::fromUtf8(_command), reason, QString::fromUtf8(_synopsis))),
+        stderr);
     return 2;
 }

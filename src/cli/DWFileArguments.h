@@ -2,6 +2,7 @@
 
 #include "model/DWTaskRuleSet.h"
 
+#include <QCoreApplication>
 #include <QStringList>
 #include <memory>
 #include <optional>
@@ -9,6 +10,8 @@
 // The arguments "count" and "watch" share: --style, --json, --help, "--" and
 // the files. Errors go to stderr with the command's synopsis.
 class DWFileArguments {
+    Q_DECLARE_TR_FUNCTIONS(DWFileArguments)
+
 public:
     DWFileArguments(const char* command, const char* synopsis, int argc, char* argv[]);
 

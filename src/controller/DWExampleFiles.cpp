@@ -76,12 +76,12 @@ QFileDialog* DWExampleFiles::openFolderChooser(QWidget* window,
                                                std::function<void(const QString&)> chosen) {
     auto* panel = new QFileDialog(window);
     panel->setAttribute(Qt::WA_DeleteOnClose);
-    panel->setWindowTitle(QStringLiteral("Select a Folder for the Examples"));
+    panel->setWindowTitle(tr("Select a Folder for the Examples"));
     panel->setWindowModality(Qt::WindowModal);
     panel->setFileMode(QFileDialog::Directory);
     panel->setOption(QFileDialog::ShowDirsOnly, true);
     panel->setOption(QFileDialog::ReadOnly, false); // "New Folder" stays available
-    panel->setLabelText(QFileDialog::Accept, QStringLiteral("Select"));
+    panel->setLabelText(QFileDialog::Accept, tr("Select"));
     const QUrl desktop = LWFileSystem::desktopURL();
     if (desktop.isLocalFile())
         panel->setDirectory(desktop.toLocalFile());

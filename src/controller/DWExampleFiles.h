@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -11,6 +12,8 @@ class QWidget;
 // resources (":/examples/<file name>"), copied as they are into a folder the
 // user picks.
 class DWExampleFiles {
+    Q_DECLARE_TR_FUNCTIONS(DWExampleFiles)
+
 public:
     DWExampleFiles() = delete;
 

@@ -35,7 +35,7 @@ QString DWTaskListTableModel::objectValue(const QString& identifier, int row) co
         return taskList->label();
     if (identifier == QLatin1String("openTasks")) {
         const int openTasks = taskList->openTasks();
-        return openTasks == -1 ? QStringLiteral("n/a") : QString::number(openTasks);
+        return openTasks == -1 ? tr("n/a") : QString::number(openTasks);
     }
     return QString();
 }

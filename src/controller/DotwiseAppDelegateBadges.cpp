@@ -16,10 +16,11 @@
 #include <QTimer>
 
 namespace {
-const QString noteWhenOn = QStringLiteral(
+const char* const noteWhenOn = QT_TRANSLATE_NOOP(
+    "DotwiseAppDelegate",
     "Note: To add files, drag & drop them on the table above. Double-click to open a task list.");
-const QString noteWhenOff =
-    QStringLiteral("Note: Click the big ON/OFF switch to activate Dotwise.");
+const char* const noteWhenOff = QT_TRANSLATE_NOOP(
+    "DotwiseAppDelegate", "Note: Click the big ON/OFF switch to activate Dotwise.");
 // Least time between two refreshes while badge updates are still queued.
 constexpr qint64 refreshInterval = 200;
 // Common counts' emblems drawn per worker job.
@@ -45,16 +46,16 @@ void DotwiseAppDelegate::setIsDotwiseEnabled(bool enabled) {
     _ui->launchAtLoginNote->setHidden(enabled);
     _updateStatusMenu();
     if (enabled) {
-        _ui->hideOrQuitButton->setText(QStringLiteral("Hide"));
+        _ui->hideOrQuitButton->setText(tr("Hide"));
         for (const TaskListPointer& taskList : std::as_const(_taskLists))
             _allowBadge(taskList.get());
         _updateAllDotwise();
         if (_badgeMode == DWBadgeMode::Emblem)
             _prepareEmblems(0);
-        _ui->noteLabel->setText(noteWhenOn);
+        _ui->noteLabel->setText(tr(noteWhenOn));
     } else {
-        _ui->hideOrQuitButton->setText(QStringLiteral("Quit"));
-        _ui->noteLabel->setText(noteWhenOff);
+        _ui->hideOrQuitButton->setText(tr("Quit"));
+        _ui->noteLabel->setText(tr(noteWhenOff));
         // Updates still queued now write nothing (see updateBadge); the one
         // running may, and the removals queued behind it take its badge off.
         _forbidAllBadges();

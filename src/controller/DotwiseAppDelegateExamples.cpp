@@ -25,9 +25,8 @@ void DotwiseAppDelegate::setUpExampleTasksIfNeeded() {
     preferences.synchronize();
 
     std::unique_ptr<LWAlert> alert = LWAlert::alertWithMessageText(
-        QStringLiteral("To get started, please select a folder for the two example task lists."),
-        QStringLiteral("Select Folder"), QString(), QString(),
-        QStringLiteral("Hint: The desktop will work just fine."));
+        tr("To get started, please select a folder for the two example task lists."),
+        tr("Select Folder"), QString(), QString(), tr("Hint: The desktop will work just fine."));
     lw::beginSheetModalForWindow(
         std::move(alert), _mainWindow.get(),
         [this](LWAlert& ended, int returnCode) { _welcomeAlertDidEnd(ended, returnCode); });

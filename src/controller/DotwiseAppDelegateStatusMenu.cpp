@@ -28,9 +28,9 @@ constexpr int menuBadgeCacheLimit = 256;
 
 void DotwiseAppDelegate::_updateStatusMenu() {
     if (!_statusMenuItem) {
-        _statusMenu = new QMenu(QStringLiteral("Dotwise Status Menu"));
+        _statusMenu = new QMenu(tr("Dotwise Status Menu"));
         _statusMenuItem = new QSystemTrayIcon(_statusIconTemplate(), this);
-        _statusMenuItem->setToolTip(QStringLiteral("Dotwise"));
+        _statusMenuItem->setToolTip(tr("Dotwise"));
         _statusMenuItem->setContextMenu(_statusMenu);
         connect(_statusMenuItem, &QSystemTrayIcon::activated, this,
                 &DotwiseAppDelegate::_statusItemActivated);
@@ -38,11 +38,11 @@ void DotwiseAppDelegate::_updateStatusMenu() {
         // are some), "Show Dotwise Window", separator, "Make a Suggestion…".
         _taskListSeparator = new QAction(_statusMenu);
         _taskListSeparator->setSeparator(true);
-        _showWindowItem = _statusMenu->addAction(QStringLiteral("Show Dotwise Window"));
+        _showWindowItem = _statusMenu->addAction(tr("Show Dotwise Window"));
         connect(_showWindowItem, &QAction::triggered, this,
                 [this] { showDotwiseWindowAction(_showWindowItem); });
         _statusMenu->addSeparator();
-        QAction* suggest = _statusMenu->addAction(QStringLiteral("Make a Suggestion\u2026"));
+        QAction* suggest = _statusMenu->addAction(tr("Make a Suggestion\u2026"));
         connect(suggest, &QAction::triggered, this,
                 [this, suggest] { makeSuggestionAction(suggest); });
         connect(_statusMenu, &QMenu::triggered, this, [this](QAction* item) {

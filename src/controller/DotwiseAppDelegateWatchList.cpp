@@ -30,10 +30,10 @@ void DotwiseAppDelegate::_askNextStyleQuestion() {
     _styleAlertPath = _waitingStyleQuestions.front();
     _waitingStyleQuestions.pop_front();
 
-    _styleAlert = LWAlert::alertWithMessageText(
-        QStringLiteral("Which task style would you like to use for %1?")
-            .arg(QFileInfo(_styleAlertPath).fileName()),
-        QStringLiteral("Style B"), QStringLiteral("Style A"), QString(), QStringLiteral(""));
+    _styleAlert =
+        LWAlert::alertWithMessageText(tr("Which task style would you like to use for %1?")
+                                          .arg(QFileInfo(_styleAlertPath).fileName()),
+                                      tr("Style B"), tr("Style A"), QString(), QStringLiteral(""));
     if (!_styleExamplesView) // an alert went away with it
         _styleExamplesView = _makeStyleExamplesView();
     _styleExamplesView->show();
