@@ -27,7 +27,10 @@ protected:
                          [this](bool value) { announced.append(value); });
     }
     QStringList entries() const { return QDir(autostart).entryList(QDir::Files, QDir::Name); }
-    void writeEntry(const QString& name, const QString& exec, const QByteArray& extra = {}) {
+    // `exec` as the Exec value means it; the file escapes its backslashes, as
+    // every string value of an entry does (GLib 2.84 refuses "\$").
+    void writeEntry(const QString& name, QString exec, const QByteArray& extra = {}) {
+        exec.replace(u'\\', u"\\\\"_s);
         dwtest::writeFile(autostart + u'/' + name, "[Desktop Entry]\nType=Application\nExec=" +
                                                        exec.toUtf8() + "\n" + extra);
     }
