@@ -13,11 +13,8 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QIcon>
-#include <QLibraryInfo>
-#include <QLocale>
 #include <QMainWindow>
 #include <QTimer>
-#include <QTranslator>
 #include <cstdio>
 
 int main(int argc, char* argv[]) {
@@ -46,14 +43,7 @@ int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
     // The user's language where there is a catalogue for it (Qt's own dialogs
     // and buttons, then Dotwise's); the texts as written otherwise.
-    QTranslator qtTranslator;
-    if (qtTranslator.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
-                          QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QCoreApplication::installTranslator(&qtTranslator);
-    QTranslator translator;
-    if (translator.load(QLocale(), QStringLiteral("dotwise"), QStringLiteral("_"),
-                        QStringLiteral(":/i18n")))
-        QCoreApplication::installTranslator(&translator);
+    DWCommandLine::installTranslators();
     const LWBundle& bundle = LWBundle::mainBundle();
     QApplication::setApplicationName(bundle.bundleName());
     QApplication::setApplicationDisplayName(bundle.bundleName());
@@ -74,7 +64,9 @@ int main(int argc, char* argv[]) {
         if (instance.handOver(launch))
             return 0;
         if (!instance.claim()) {
-            std::fprintf(stderr, "dotwise: another copy is running but does not answer\n");
+            DWCommandLine::print(stderr, QCoreApplication::translate(
+                                             "main", "dotwise: another copy is running but does "
+                                                     "not answer\n"));
             return 1;
         }
     }

@@ -4,7 +4,7 @@
 <context>
     <name>DWBadgeCommand</name>
     <message>
-        <location filename="../src/cli/DWBadgeCommand.cpp" line="+37"/>
+        <location filename="../src/cli/DWBadgeCommand.cpp" line="+38"/>
         <source>The number on the badge.</source>
         <translation type="unfinished"></translation>
     </message>
@@ -91,13 +91,13 @@
     </message>
     <message>
         <location line="+8"/>
-        <location line="+82"/>
+        <location line="+83"/>
         <source>dotwise badge: cannot write &apos;%1&apos;
 </source>
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="-68"/>
+        <location line="-69"/>
         <source>dotwise badge: cannot read the image &apos;%1&apos;: %2
 </source>
         <translation type="unfinished"></translation>
@@ -109,7 +109,7 @@
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+31"/>
+        <location line="+32"/>
         <source>dotwise badge: %1
 Usage: dotwise %2
 </source>
@@ -129,9 +129,31 @@ Usage: dotwise %2
     </message>
 </context>
 <context>
+    <name>DWClearBadgesCommand</name>
+    <message>
+        <location filename="../src/cli/DWClearBadgesCommand.cpp" line="+27"/>
+        <source>dotwise clear-badges: takes no arguments
+Usage: dotwise %1
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+15"/>
+        <source>dotwise clear-badges: the saved task lists can&apos;t be read; clearing the files found in the picture folder only
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+22"/>
+        <source>dotwise clear-badges: can&apos;t take the badge off &apos;%1&apos;
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>DWCommandLine</name>
     <message>
-        <location filename="../src/cli/DWCommandLine.cpp" line="+59"/>
+        <location filename="../src/cli/DWCommandLine.cpp" line="+63"/>
         <source>Usage: dotwise [--help | --version]
 </source>
         <translation type="unfinished"></translation>
@@ -155,6 +177,24 @@ and adds the FILEs to its task lists as if they were dropped on its window.
 </source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <location line="+31"/>
+        <source>dotwise: %1: no such file
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+37"/>
+        <source>dotwise: unknown option &apos;%1&apos;
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+4"/>
+        <source>dotwise: unknown command &apos;%1&apos;
+</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>DWConfigView</name>
@@ -171,6 +211,21 @@ and adds the FILEs to its task lists as if they were dropped on its window.
     <message>
         <location line="+5"/>
         <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>DWCountCommand</name>
+    <message>
+        <location filename="../src/cli/DWCountCommand.cpp" line="+46"/>
+        <source>dotwise count: cannot read &apos;%1&apos;: %2
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+20"/>
+        <source>dotwise count: cannot write the output: %1
+</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -303,9 +358,44 @@ x 2024-05-02 Send the slides</source>
     </message>
 </context>
 <context>
+    <name>DWWatchCommand</name>
+    <message>
+        <location filename="../src/cli/DWWatchCommand.cpp" line="+129"/>
+        <source>dotwise watch: cannot read &apos;%1&apos;: %2
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+86"/>
+        <source>dotwise watch: cannot write the output: %1
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+35"/>
+        <source>dotwise watch: --format needs a value
+Usage: dotwise %1
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+14"/>
+        <source>dotwise watch: unknown format &apos;%1&apos;
+Usage: dotwise %2
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+62"/>
+        <source>dotwise watch: no file to watch
+</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>DotwiseAppDelegate</name>
     <message>
-        <location filename="../src/controller/DotwiseAppDelegateBadges.cpp" line="+16"/>
+        <location filename="../src/controller/DotwiseAppDelegateBadges.cpp" line="+19"/>
         <source>Note: To add files, drag &amp; drop them on the table above. Double-click to open a task list.</source>
         <translation type="unfinished"></translation>
     </message>
@@ -315,12 +405,12 @@ x 2024-05-02 Send the slides</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+22"/>
+        <location line="+27"/>
         <source>Hide</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+6"/>
+        <location line="+8"/>
         <source>Quit</source>
         <translation type="unfinished"></translation>
     </message>
@@ -430,6 +520,15 @@ x 2024-05-02 Send the slides</source>
     <message>
         <location line="+10"/>
         <source>Visit Wrenfield</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <location filename="../src/main.cpp" line="+67"/>
+        <source>dotwise: another copy is running but does not answer
+</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

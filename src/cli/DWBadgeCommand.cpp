@@ -1,5 +1,6 @@
 #include "cli/DWBadgeCommand.h"
 
+#include "cli/DWCommandLine.h"
 #include "platform/DWLinuxWorkspace.h"
 #include "views/DWBadgeImage.h"
 
@@ -172,6 +173,7 @@ int DWBadgeCommand::run(int argc, char* argv[]) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
+    DWCommandLine::installTranslators();
     QTextStream out(stdout);
     QTextStream err(stderr);
     return execute(QGuiApplication::arguments(), out, err);

@@ -1,5 +1,6 @@
 #include "cli/DWClearBadgesCommand.h"
 
+#include "cli/DWCommandLine.h"
 #include "foundation/LWPreferences.h"
 #include "model/DWTaskList.h"
 #include "platform/DWEmblemTheme.h"
@@ -20,9 +21,11 @@ int DWClearBadgesCommand::run(int argc, char* argv[]) {
     QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
     QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
+    DWCommandLine::installTranslators();
     if (argc > 1) {
-        std::fprintf(stderr, "dotwise clear-badges: takes no arguments\nUsage: dotwise %s\n",
-                     synopsis());
+        DWCommandLine::print(stderr,
+                             tr("dotwise clear-badges: takes no arguments\nUsage: dotwise %1\n"),
+                             {synopsis()});
         return 2;
     }
 
@@ -35,8 +38,9 @@ int DWClearBadgesCommand::run(int argc, char* argv[]) {
                     paths.append(taskList->path());
             }
         } else {
-            std::fprintf(stderr, "dotwise clear-badges: the saved task lists can't be read; "
-                                 "clearing the files found in the picture folder only\n");
+            DWCommandLine::print(stderr,
+                                 tr("dotwise clear-badges: the saved task lists can't be read; "
+                                    "clearing the files found in the picture folder only\n"));
         }
     }
     // No icon theme is needed to take badges off.
@@ -56,8 +60,9 @@ int DWClearBadgesCommand::run(int argc, char* argv[]) {
         if (workspace.setIcon(LWIconImage(), path) && emblemOff) {
             std::printf("cleared\t%s\n", QFile::encodeName(path).constData());
         } else if (exists) {
-            std::fprintf(stderr, "dotwise clear-badges: can't take the badge off '%s'\n",
-                         QFile::encodeName(path).constData());
+            DWCommandLine::print(stderr,
+                                 tr("dotwise clear-badges: can't take the badge off '%1'\n"),
+                                 {QFile::encodeName(path)});
             status = 1;
         }
     }

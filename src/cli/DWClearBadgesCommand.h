@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QCoreApplication>
+
 // dotwise clear-badges
 // Takes off every badge Dotwise set, for uninstalling: the badges of the files
 // in the saved watch list, and of every file that has a picture in Dotwise's
@@ -10,6 +12,8 @@
 // D-Bus session with the gvfs metadata service), 2 for a usage error. Quit
 // Dotwise first, or it puts its badges back.
 class DWClearBadgesCommand {
+    Q_DECLARE_TR_FUNCTIONS(DWClearBadgesCommand)
+
 public:
     // argv[0] is "clear-badges".
     static int run(int argc, char* argv[]);

@@ -9,9 +9,13 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTranslator>
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -91,7 +95,7 @@ QStringList DWCommandLine::fileArguments(int argc, char* argv[]) {
         }
         const QFileInfo file(QFile::decodeName(argv[i]));
         if (!file.exists()) {
-            std::fprintf(stderr, "dotwise: %s: no such file\n", argv[i]);
+            print(stderr, tr("dotwise: %1: no such file\n"), {argv[i]});
             continue;
         }
         files.append(file.absoluteFilePath());
@@ -100,6 +104,20 @@ QStringList DWCommandLine::fileArguments(int argc, char* argv[]) {
 }
 
 int DWCommandLine::run(int argc, char* argv[]) {
+    const auto answeredHere = [&] {
+        for (const Subcommand& command : subcommands()) {
+            if (!std::strcmp(argv[1], command.name))
+                return false;
+        }
+        return true;
+    };
+    // Each subcommand makes its own application object; the answers given here
+    // need one for the user's language.
+    std::optional<QCoreApplication> application;
+    if (argc < 2 || answeredHere()) {
+        application.emplace(argc, argv);
+        installTranslators();
+    }
     if (argc < 2 || !std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "-h")) {
         std::fputs(qPrintable(usage()), stdout);
         return 0;
@@ -114,10 +132,37 @@ int DWCommandLine::run(int argc, char* argv[]) {
     }
     for (int i = 1; i < argc && std::strcmp(argv[i], "--"); ++i) {
         if (argv[i][0] == '-' && argv[i][1]) {
-            std::fprintf(stderr, "dotwise: unknown option '%s'\n%s", argv[i], qPrintable(usage()));
+            print(stderr, tr("dotwise: unknown option '%1'\n") + usage(), {argv[i]});
             return 2;
         }
     }
-    std::fprintf(stderr, "dotwise: unknown command '%s'\n%s", argv[1], qPrintable(usage()));
+    print(stderr, tr("dotwise: unknown command '%1'\n") + usage(), {argv[1]});
     return 2;
+}
+
+void DWCommandLine::installTranslators() {
+    static QTranslator qtCatalogue;
+    static QTranslator catalogue;
+    if (qtCatalogue.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                         QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&qtCatalogue);
+    if (catalogue.load(QLocale(), QStringLiteral("dotwise"), QStringLiteral("_"),
+                       QStringLiteral(":/i18n")))
+        QCoreApplication::installTranslator(&catalogue);
+}
+
+void DWCommandLine::print(std::FILE* stream, const QString& text, const QByteArrayList& arguments) {
+    const QByteArray format = text.toLocal8Bit();
+    QByteArray out;
+    out.reserve(format.size());
+    for (qsizetype i = 0; i < format.size(); ++i) {
+        const int index = i + 1 < format.size() ? format.at(i + 1) - '1' : -1;
+        if (format.at(i) == '%' && index >= 0 && index < qMin<qsizetype>(9, arguments.size())) {
+            out += arguments.at(index);
+            ++i;
+        } else {
+            out += format.at(i);
+        }
+    }
+    std::fwrite(out.constData(), 1, size_t(out.size()), stream);
 }

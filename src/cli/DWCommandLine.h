@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QByteArrayList>
 #include <QCoreApplication>
 #include <QString>
 #include <QStringList>
+#include <cstdio>
 
 // The command-line face of Dotwise: subcommands that work without a display
 // (count, watch, badge, clear-badges), plus --help and --version. Anything
@@ -21,4 +23,12 @@ public:
     // Runs what argv names and returns the process exit status.
     static int run(int argc, char* argv[]);
     static QString usage();
+
+    // Puts the user's catalogues (Qt's own, then Dotwise's) into the running
+    // application where there are any; the texts stay as written otherwise.
+    static void installTranslators();
+    // Writes `text` (translated already) with %1, %2... replaced by the raw
+    // bytes of `arguments`: file names that are not valid UTF-8 come out as
+    // they are, and no catalogue can make a format string of an argument.
+    static void print(std::FILE* stream, const QString& text, const QByteArrayList& arguments = {});
 };

@@ -1,5 +1,6 @@
 #include "cli/DWCountCommand.h"
 
+#include "cli/DWCommandLine.h"
 #include "cli/DWFileArguments.h"
 #include "model/DWTaskCounter.h"
 #include "model/DWTaskRuleSet.h"
@@ -29,6 +30,7 @@ int DWCountCommand::run(int argc, char* argv[]) {
     QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
     QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
+    DWCommandLine::installTranslators();
 
     const DWFileArguments arguments("count", synopsis(), argc, argv);
     if (arguments.exitStatus())
@@ -41,8 +43,8 @@ int DWCountCommand::run(int argc, char* argv[]) {
         const std::shared_ptr<DWTaskRuleSet> ruleSet = arguments.ruleSetFor(path);
         const DWCountResult result = DWTaskCounter(*ruleSet).countFile(path);
         if (!result.error.isEmpty()) {
-            std::fprintf(stderr, "dotwise count: cannot read '%s': %s\n",
-                         QFile::encodeName(path).constData(), qPrintable(result.error));
+            DWCommandLine::print(stderr, tr("dotwise count: cannot read '%1': %2\n"),
+                                 {QFile::encodeName(path), result.error.toLocal8Bit()});
             status = 1;
         }
         if (json) {
@@ -61,7 +63,8 @@ int DWCountCommand::run(int argc, char* argv[]) {
     if (json)
         write(QJsonDocument(results).toJson(QJsonDocument::Compact) + '\n');
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fprintf(stderr, "dotwise count: cannot write the output: %s\n", std::strerror(errno));
+        DWCommandLine::print(stderr, tr("dotwise count: cannot write the output: %1\n"),
+                             {std::strerror(errno)});
         status = 1;
     }
     return status;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QString>
 
 // dotwise count [--style auto|todotxt|taskpaper|square-brackets] [--json] FILE...
@@ -10,6 +11,8 @@
 // a file could not be read or the output not written, 2 for a usage error.
 // Runs on a QCoreApplication: no display needed.
 class DWCountCommand {
+    Q_DECLARE_TR_FUNCTIONS(DWCountCommand)
+
 public:
     // argv[0] is "count".
     static int run(int argc, char* argv[]);

@@ -1,5 +1,6 @@
 #include "cli/DWWatchCommand.h"
 
+#include "cli/DWCommandLine.h"
 #include "cli/DWFileArguments.h"
 #include "model/DWTaskCounter.h"
 #include "model/DWTaskRuleSet.h"
@@ -124,8 +125,9 @@ public:
     bool report(const WatchedFile& file, const QString& path, const char* event) {
         const DWCountResult result = DWTaskCounter(*file.ruleSet).countFile(path);
         if (!result.error.isEmpty()) {
-            std::fprintf(stderr, "dotwise watch: cannot read '%s': %s\n",
-                         QFile::encodeName(file.shownPath).constData(), qPrintable(result.error));
+            DWCommandLine::print(stderr,
+                                 DWWatchCommand::tr("dotwise watch: cannot read '%1': %2\n"),
+                                 {QFile::encodeName(file.shownPath), result.error.toLocal8Bit()});
             std::fflush(stderr);
             return false;
         }
@@ -209,8 +211,9 @@ private:
         if (std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout) !=
                 size_t(bytes.size()) ||
             std::fflush(stdout) != 0) {
-            std::fprintf(stderr, "dotwise watch: cannot write the output: %s\n",
-                         std::strerror(errno));
+            DWCommandLine::print(stderr,
+                                 DWWatchCommand::tr("dotwise watch: cannot write the output: %1\n"),
+                                 {std::strerror(errno)});
             _outputFailed = true;
             QCoreApplication::exit(1);
         }
@@ -242,8 +245,11 @@ std::optional<Format> takeFormat(std::vector<char*>& arguments) {
         size_t taken = 1;
         if (argument == u"--format") {
             if (i + 1 >= arguments.size()) {
-                std::fprintf(stderr, "dotwise watch: --format needs a value\nUsage: dotwise %s\n",
-                             DWWatchCommand::synopsis());
+                DWCommandLine::print(
+                    stderr,
+                    DWWatchCommand::tr(
+                        "dotwise watch: --format needs a value\nUsage: dotwise %1\n"),
+                    {DWWatchCommand::synopsis()});
                 return std::nullopt;
             }
             name = QFile::decodeName(arguments[i + 1]);
@@ -253,8 +259,10 @@ std::optional<Format> takeFormat(std::vector<char*>& arguments) {
         }
         const std::optional<Format> chosen = formatNamed(name);
         if (!chosen) {
-            std::fprintf(stderr, "dotwise watch: unknown format '%s'\nUsage: dotwise %s\n",
-                         qPrintable(name), DWWatchCommand::synopsis());
+            DWCommandLine::print(
+                stderr,
+                DWWatchCommand::tr("dotwise watch: unknown format '%1'\nUsage: dotwise %2\n"),
+                {name.toLocal8Bit(), DWWatchCommand::synopsis()});
             return std::nullopt;
         }
         format = *chosen;
@@ -274,6 +282,7 @@ int DWWatchCommand::run(int argc, char* argv[]) {
     QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
     QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
+    DWCommandLine::installTranslators();
 
     std::vector<char*> rest(argv, argv + argc);
     std::optional<Format> format = takeFormat(rest);
@@ -314,7 +323,7 @@ int DWWatchCommand::run(int argc, char* argv[]) {
     if (session.outputFailed())
         return 1;
     if (files.isEmpty()) {
-        std::fprintf(stderr, "dotwise watch: no file to watch\n");
+        DWCommandLine::print(stderr, tr("dotwise watch: no file to watch\n"));
         return 1;
     }
 

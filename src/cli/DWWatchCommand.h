@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QCoreApplication>
+
 // dotwise watch [--style auto|todotxt|taskpaper|square-brackets] [--json]
 //               [--format lines|json|waybar|i3blocks] FILE...
 // For status bars and scripts: prints "<count><TAB><path>" for each file at
@@ -19,6 +21,8 @@
 // or the output could not be written, 2 for a usage error. Runs on a
 // QCoreApplication: no display needed.
 class DWWatchCommand {
+    Q_DECLARE_TR_FUNCTIONS(DWWatchCommand)
+
 public:
     // argv[0] is "watch".
     static int run(int argc, char* argv[]);
