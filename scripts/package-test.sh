@@ -15,7 +15,14 @@ rm -f build/package/dotwise_*.deb
 cpack --preset package >/dev/null
 deb=$(ls build/package/dotwise_*.deb)
 echo "Built $deb"
-dpkg-deb --info "$deb" | sed -n '/Package:/,/Description:/p'
+dpkg-deb --field "$deb" Package Version Depends Recommends
+
+fail() { echo "package test: $*" >&2; exit 1; }
+# The window's artwork is SVG: the package that holds Qt's SVG image plugin
+# on this release must be a dependency, or the switch shows no knob.
+svg_owner=$(dpkg-query --search '*/qt6/plugins/imageformats/libqsvg.so' | sed -n '1s/:.*//p')
+dpkg-deb --field "$deb" Depends | grep -qw -- "$svg_owner" ||
+  fail "the package does not depend on $svg_owner, which has Qt's SVG plugin here"
 
 sudo=""
 [ "$(id -u)" -eq 0 ] || sudo="sudo"
@@ -27,7 +34,6 @@ fi
 cleanup() { [ "$keep" = yes ] || $sudo dpkg --purge dotwise >/dev/null; }
 trap cleanup EXIT
 
-fail() { echo "package test: $*" >&2; exit 1; }
 version=$(/usr/bin/dotwise --version) || fail "dotwise --version failed"
 echo "Installed: $version"
 grep -q "$(sed -n 's/^project(Dotwise VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)" <<<"$version" ||
