@@ -128,8 +128,7 @@ TEST_F(AlertTest, WindowDestroyedUnderASheetLeavesAWorkingAlert) {
     auto* accessory = new QLabel(u"extra"_s);
     QPointer<QWidget> accessoryGuard(accessory);
     alert->setAccessoryView(accessory);
-    bool called = false;
-    bool abandoned = false;
+    bool called = false, abandoned = false;
     QObject::connect(alert.get(), &LWAlert::sheetAbandoned, [&] { abandoned = true; });
     alert->beginSheetModalForWindow(window.get(), [&](int) { called = true; });
     window.reset();

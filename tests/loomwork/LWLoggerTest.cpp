@@ -10,12 +10,7 @@ using namespace Qt::StringLiterals;
 namespace {
 class LoggerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        logger = LWLogger::sharedInstance();
-        savedLevel = logger->maxLogLevel();
-        savedSize = logger->messageBacklogSize();
-        logger->setMessageBacklog({});
-    }
+    void SetUp() override { logger->setMessageBacklog({}); }
     void TearDown() override {
         logger->setMaxLogLevel(savedLevel);
         logger->setMessageBacklogSize(savedSize);
@@ -33,9 +28,9 @@ protected:
             messages.append(line.section(u'|', 1, 1).trimmed());
         return messages;
     }
-    LWLogger* logger = nullptr;
-    int savedLevel = 0;
-    int savedSize = 0;
+    LWLogger* logger = LWLogger::sharedInstance();
+    const int savedLevel = logger->maxLogLevel();
+    const int savedSize = logger->messageBacklogSize();
 };
 } // namespace
 

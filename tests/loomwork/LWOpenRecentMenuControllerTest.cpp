@@ -5,7 +5,6 @@
 #include "support/TestEnvironment.h"
 
 #include <QAction>
-#include <QDir>
 #include <QFile>
 #include <QMenu>
 #include <gtest/gtest.h>
