@@ -36,13 +36,13 @@ public:
         return FakeWorkspace::iconForFile(path);
     }
     bool setIcon(const LWIconImage& icon, const QString& path) override {
-        record(QLatin1String(icon.isEmpty() ? "remove " : "set ") + path.section('/', -1));
+        record(icon.isEmpty() ? "remove" : "set", path);
         if (!icon.isEmpty())
             waitAt(Gate::BadgeWrite);
         return FakeWorkspace::setIcon(icon, path);
     }
     bool setContentModificationDate(const QString& path, const LWTimestamp& date) override {
-        record(u"date "_s + path.section('/', -1));
+        record("date", path);
         return FakeWorkspace::setContentModificationDate(path, date);
     }
 
@@ -52,32 +52,30 @@ public:
     }
     QStringList eventsFor(const QString& fileName) const {
         QStringList kinds;
-        for (const QString& event : events()) {
+        for (const QString& event : events())
             if (event.section(' ', 1) == fileName)
                 kinds.append(event.section(' ', 0, 0));
-        }
         return kinds;
     }
     void clearEvents() {
         std::lock_guard locker(_lock);
         _events.clear();
     }
-    void closeGate(Gate gate = Gate::IconRead) { setGate(gate); }
-    void openGate() { setGate(Gate::Open); }
+    void closeGate(Gate gate = Gate::IconRead) {
+        std::lock_guard locker(_lock);
+        _gate = gate;
+        _changed.notify_all();
+    }
+    void openGate() { closeGate(Gate::Open); }
     bool waitUntilAnUpdateWaits() {
         std::unique_lock locker(_lock);
         return _changed.wait_for(locker, std::chrono::seconds(5), [this] { return _waiting > 0; });
     }
 
 private:
-    void record(const QString& event) {
+    void record(const char* kind, const QString& path) {
         std::lock_guard locker(_lock);
-        _events.append(event);
-    }
-    void setGate(Gate gate) {
-        std::lock_guard locker(_lock);
-        _gate = gate;
-        _changed.notify_all();
+        _events.append(QLatin1String(kind) + u' ' + path.section('/', -1));
     }
     void waitAt(Gate gate) const {
         std::unique_lock locker(_lock);

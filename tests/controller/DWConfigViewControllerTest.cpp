@@ -12,10 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 std::shared_ptr<DWTaskList> taskList(std::shared_ptr<DWTaskRuleSet> rules) {
-    auto list = std::make_shared<DWTaskList>();
-    list->setPath(u"/a/b.txt"_s);
-    list->setRuleSet(std::move(rules));
-    return list;
+    return std::make_shared<DWTaskList>(u"/a/b.txt"_s, std::move(rules));
 }
 int ruleChangedLines() {
     return int(LWLogger::sharedInstance()->messageBacklog().filter(u"rule changed"_s).size());

@@ -42,6 +42,17 @@ std::unique_ptr<QMimeData> fileDrag(const QStringList& paths) {
 class WindowControlsTest : public ControllerTest {
 protected:
     QTableView* table() { return delegate->taskListsTableView(); }
+    // Saved lists of one open task each, badged, in a window of this height.
+    QStringList startWithLists(const QStringList& names, int height = 480) {
+        QStringList paths;
+        for (const QString& name : names)
+            paths.append(makeFile(name, "- [ ] one\n"));
+        saveTaskLists(paths);
+        start(true).waitUntilBadgeUpdatesFinish();
+        delegate->mainWindow()->resize(560, height);
+        dwtest::processEventsFor(20);
+        return paths;
+    }
 
     // A drag entering the table and, when offered, dropped there. Returns
     // whether the drop was taken; `offered` says whether a copy was offered.
@@ -106,14 +117,9 @@ TEST_F(WindowControlsTest, DropsAddTheTextFilesInOrderWhenCopyingWhileOn) {
 }
 
 TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListOnlyWhileOnAndDoubleClickOpens) {
-    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
-    const QString b = makeFile(u"b.md"_s, "- [ ] two\n");
-    const QString c = makeFile(u"c.md"_s, "- [ ] three\n");
-    saveTaskLists({a, b, c});
-    DotwiseAppDelegate& app = start(true);
-    app.waitUntilBadgeUpdatesFinish();
-    app.mainWindow()->resize(560, 480);
-    dwtest::processEventsFor(20);
+    const QStringList lists = startWithLists({u"a.md"_s, u"b.md"_s, u"c.md"_s});
+    const QString &a = lists[0], &b = lists[1], &c = lists[2];
+    DotwiseAppDelegate& app = *delegate;
 
     table()->clearSelection();
     QTest::keyClick(table(), Qt::Key_Delete);
@@ -147,14 +153,11 @@ TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListOnlyWhileOnAndDoubleCl
 
 // Badge updates refresh the table while the user works in it.
 TEST_F(WindowControlsTest, UpdatesKeepTheSelectionAndScrollAndNewRowsComeIntoView) {
-    QStringList paths;
+    QStringList names;
     for (int i = 0; i < 30; ++i)
-        paths.append(makeFile(u"list%1.md"_s.arg(i), "- [ ] one\n"));
-    saveTaskLists(paths);
-    DotwiseAppDelegate& app = start(true);
-    app.waitUntilBadgeUpdatesFinish();
-    app.mainWindow()->resize(560, 420);
-    dwtest::processEventsFor(20);
+        names.append(u"list%1.md"_s.arg(i));
+    const QStringList paths = startWithLists(names, 420);
+    DotwiseAppDelegate& app = *delegate;
     table()->selectRow(20);
     table()->scrollTo(app.taskListsModel()->index(20, 0));
     const int scrolled = table()->verticalScrollBar()->value();
@@ -193,12 +196,9 @@ public:
 } // namespace
 
 TEST_F(WindowControlsTest, RowsOpenAsTheDesktopActivatesThemAndWithEnter) {
-    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
-    const QString b = makeFile(u"b.md"_s, "- [ ] two\n");
-    saveTaskLists({a, b});
-    DotwiseAppDelegate& app = start(true);
-    app.mainWindow()->resize(560, 480);
-    dwtest::processEventsFor(20);
+    const QStringList lists = startWithLists({u"a.md"_s, u"b.md"_s});
+    const QString &a = lists[0], &b = lists[1];
+    DotwiseAppDelegate& app = *delegate;
 
     table()->selectRow(1);
     QTest::keyClick(table(), Qt::Key_Return);
@@ -215,7 +215,7 @@ TEST_F(WindowControlsTest, RowsOpenAsTheDesktopActivatesThemAndWithEnter) {
     table()->setStyle(nullptr);
 }
 
-TEST_F(WindowControlsTest, KnobIsPlacedAtOnceAtStartAndSlidesOnAClick) {
+TEST_F(WindowControlsTest, KnobIsPlacedAtOnceAtStartSlidesOnAClickAndTabAndSpaceReachIt) {
     DotwiseAppDelegate& app = start(false);
     EXPECT_EQ(knobX(), knobRightX());
     // A click anywhere on the switch picture clicks the knob.
@@ -224,8 +224,27 @@ TEST_F(WindowControlsTest, KnobIsPlacedAtOnceAtStartAndSlidesOnAClick) {
     EXPECT_TRUE(app.isDotwiseEnabled() && app.launchAtLoginController()->launchAtLogin());
     EXPECT_EQ(knobX(), knobRightX()); // it slides, rather than jumping there
     EXPECT_TRUE(dwtest::waitUntil([&] { return knobX() == 0; }, 2000));
-    app.onOffButton()->click();
-    EXPECT_FALSE(app.launchAtLoginController()->launchAtLogin());
+
+    QMainWindow* window = app.mainWindow();
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    table()->setFocus();
+    // Tab leaves the table rather than moving between its cells, and comes
+    // round to the switch.
+    QList<QWidget*> visited;
+    for (int i = 0; i < 6 && QApplication::focusWidget() != app.onOffButton(); ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        visited.append(QApplication::focusWidget());
+    }
+    ASSERT_EQ(QApplication::focusWidget(), app.onOffButton());
+    EXPECT_TRUE(visited.contains(app.hideOrQuitButton()));
+    QTest::keyClick(app.onOffButton(), Qt::Key_Space);
+    EXPECT_FALSE(app.isDotwiseEnabled() || app.launchAtLoginController()->launchAtLogin());
+    EXPECT_TRUE(dwtest::waitUntil([&] { return knobX() == knobRightX(); }, 2000));
+    // The focused knob looks it.
+    const QImage focused = app.onOffButton()->grab().toImage();
+    app.hideOrQuitButton()->setFocus();
+    EXPECT_NE(app.onOffButton()->grab().toImage(), focused);
 
     delegate.reset();
     start(true);
@@ -289,29 +308,6 @@ TEST_F(WindowControlsTest, WithoutATrayHideAndClosingMinimiseUntilATrayAppears) 
     app.showDotwiseWindowAction(nullptr);
     EXPECT_TRUE(window->isVisible() && !window->isMinimized());
     EXPECT_EQ(terminations, 0);
-}
-
-TEST_F(WindowControlsTest, TabReachesTheSwitchAndSpaceTogglesIt) {
-    DotwiseAppDelegate& app = start(true);
-    QMainWindow* window = app.mainWindow();
-    window->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
-    table()->setFocus();
-    // Tab leaves the table rather than moving between its cells, and comes
-    // round to the switch.
-    QList<QWidget*> visited;
-    for (int i = 0; i < 6 && QApplication::focusWidget() != app.onOffButton(); ++i) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        visited.append(QApplication::focusWidget());
-    }
-    ASSERT_EQ(QApplication::focusWidget(), app.onOffButton());
-    EXPECT_TRUE(visited.contains(app.hideOrQuitButton()));
-    QTest::keyClick(app.onOffButton(), Qt::Key_Space);
-    EXPECT_FALSE(app.isDotwiseEnabled() || app.launchAtLoginController()->launchAtLogin());
-    // The focused knob looks it.
-    const QImage focused = app.onOffButton()->grab().toImage();
-    app.hideOrQuitButton()->setFocus();
-    EXPECT_NE(app.onOffButton()->grab().toImage(), focused);
 }
 
 TEST_F(WindowControlsTest, SwitchedOffTextsKeepAReadableContrast) {

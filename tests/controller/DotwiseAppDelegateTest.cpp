@@ -13,13 +13,6 @@
 
 namespace {
 const QString launching = u"-[DotwiseAppDelegate applicationDidFinishLaunching:]"_s;
-
-// The alert on screen; fails the test when there is not exactly one.
-LWAlert* openAlert() {
-    const QList<LWAlert*> alerts = LWAlert::activeAlerts();
-    EXPECT_EQ(alerts.size(), 1);
-    return alerts.isEmpty() ? nullptr : alerts.constFirst();
-}
 } // namespace
 
 TEST_F(ControllerTest, StartUpDropsAMissingFileAndKeepsTheOthersInOrder) {
@@ -90,8 +83,9 @@ TEST_F(ControllerTest, PlainTextFilesAreAddedOnlyOnceTheirStyleIsChosen) {
 
     // Style B is square brackets (one open task here), Style A todo.txt (two).
     for (const QString& name : {u"Notes.TXT"_s, u"todo.txt"_s}) {
-        LWAlert* alert = openAlert();
-        ASSERT_TRUE(alert);
+        const QList<LWAlert*> alerts = LWAlert::activeAlerts();
+        ASSERT_EQ(alerts.size(), 1);
+        LWAlert* alert = alerts[0];
         EXPECT_EQ(alert->messageText(),
                   u"Which task style would you like to use for %1?"_s.arg(name));
         EXPECT_EQ(alert->accessoryView(), app.styleExamplesView());

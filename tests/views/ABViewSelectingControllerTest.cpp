@@ -1,7 +1,7 @@
 #include "views/ABViewSelectingController.h"
 
 #include "foundation/LWPreferences.h"
-#include "logging/LWLogger.h"
+#include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
 #include "views/DWPointyButton.h"
 
@@ -33,8 +33,7 @@ TEST(ABView, TheFirstChoiceIsStoredAndAStoredOneDrawsNoNumber) {
 }
 
 TEST(ABView, EveryDesignLoadsWithItsLabelButtonAndPictures) {
-    LWLogger::sharedInstance()->setMessageBacklogSize(50);
-    LWLogger::sharedInstance()->setMessageBacklog({});
+    dwtest::LogCapture log(50);
     for (const QString& variation : ABViewSelectingController::variations()) {
         SCOPED_TRACE(variation.toStdString());
         LWPreferences::standard().setObject(key, variation);
@@ -51,13 +50,11 @@ TEST(ABView, EveryDesignLoadsWithItsLabelButtonAndPictures) {
         EXPECT_GE(pictures, 1);
     }
     // Every picture loaded: none was logged as failing.
-    EXPECT_EQ(LWLogger::sharedInstance()->messageBacklog().filter(u"does not load"_s),
-              QStringList());
+    EXPECT_EQ(log.loggerLines().filter(u"does not load"_s), QStringList());
 }
 
 TEST(ABView, AStoredNameWithoutADesignShowsAnEmptyPlaceholderAndWarns) {
-    LWLogger::sharedInstance()->setMessageBacklogSize(50);
-    LWLogger::sharedInstance()->setMessageBacklog({});
+    dwtest::LogCapture log(50);
     for (const QString& stored : {u"PurpleBanner"_s, u"../views/x"_s}) {
         LWPreferences::standard().setObject(key, stored);
         const ABViewSelectingController controller;
@@ -67,7 +64,7 @@ TEST(ABView, AStoredNameWithoutADesignShowsAnEmptyPlaceholderAndWarns) {
         EXPECT_TRUE(controller.label()->isHidden() && controller.button()->isHidden());
         EXPECT_EQ(LWPreferences::standard().stringForKey(key), stored); // never rewritten
     }
-    EXPECT_EQ(LWLogger::sharedInstance()->messageBacklog().filter(u"PurpleBanner"_s).size(), 1);
+    EXPECT_EQ(log.loggerLines().filter(u"PurpleBanner"_s).size(), 1);
 
     // The view outlives the controller only when a window adopted it.
     QPointer<QWidget> loose = ABViewSelectingController().view();

@@ -1,6 +1,6 @@
 #include "views/DWFancyView.h"
 
-#include "logging/LWLogger.h"
+#include "support/LogCapture.h"
 #include "views/DWNamedImage.h"
 
 #include <gtest/gtest.h>
@@ -20,9 +20,8 @@ TEST(FancyView, PanelIsInsetFivePointsAndRingedByAFadingGlow) {
     // Inside the panel: the window colour under a faint texture.
     EXPECT_NEAR(qGray(canvas.pixel(5, 30)), 200, 14);
     // Just outside it the glow is darkest and fades towards the view's edge.
-    const int g4 = qGray(canvas.pixel(4, 30));
-    const int g2 = qGray(canvas.pixel(2, 30));
-    const int g0 = qGray(canvas.pixel(0, 30));
+    const int g4 = qGray(canvas.pixel(4, 30)), g2 = qGray(canvas.pixel(2, 30)),
+              g0 = qGray(canvas.pixel(0, 30));
     EXPECT_LT(g4, 200);
     EXPECT_LT(g4, g2);
     EXPECT_LE(g2, g0);
@@ -42,10 +41,9 @@ TEST(NamedImage, EveryImageTheViewsAndMenusNameIsEmbeddedAndNoOther) {
     EXPECT_EQ(doubled.deviceIndependentSize(), single.deviceIndependentSize());
 
     // An unknown name: a null image and a warning.
-    LWLogger::sharedInstance()->setMessageBacklogSize(10);
+    dwtest::LogCapture log(10);
     EXPECT_TRUE(DWNamedImage::imageNamed(u"NoSuchPicture"_s).isNull());
-    EXPECT_TRUE(LWLogger::sharedInstance()->messageBacklog().value(0).contains(
-        u"No image named: NoSuchPicture"_s));
+    EXPECT_TRUE(log.loggerLines().value(0).contains(u"No image named: NoSuchPicture"_s));
 }
 
 TEST(NamedImage, PanelImageIsALightDrawingInADarkRim) {

@@ -1,6 +1,6 @@
 #include "views/DWOnOffButtonView.h"
 
-#include "logging/LWLogger.h"
+#include "support/LogCapture.h"
 #include "views/DWNamedImage.h"
 
 #include <QLabel>
@@ -58,14 +58,12 @@ TEST(OnOffButtonView, DrawsThePictureCentredRoundedAndClippedOrTheNamedOne) {
 
 // The knob is the style sheet's picture, which needs Qt's SVG image plugin.
 TEST(OnOffButtonView, TheKnobPictureLoadsAndAMissingPictureIsLoggedByName) {
-    LWLogger::sharedInstance()->setMessageBacklogSize(50);
-    LWLogger::sharedInstance()->setMessageBacklog({});
+    dwtest::LogCapture log(50);
     const QString sheet = QStringLiteral("QPushButton { image: url(:/images/OnOffKnob.svg); } "
                                          "QLabel { image: url(:/images/Gone.svg); }");
     EXPECT_EQ(DWNamedImage::picturesThatDoNotLoad(sheet),
               QStringList{QStringLiteral(":/images/Gone.svg")});
-    EXPECT_EQ(
-        LWLogger::sharedInstance()->messageBacklog().filter(QStringLiteral("Gone.svg")).size(), 1);
+    EXPECT_EQ(log.loggerLines().filter(QStringLiteral("Gone.svg")).size(), 1);
 }
 
 // A label, then two buttons, the second over the first's right half.
