@@ -58,12 +58,11 @@ TEST_F(CountCommandTest, CountsEachFileInArgumentOrderUnderTheChosenStyle) {
 
 TEST_F(CountCommandTest, UnreadableFilesAreNamedAndTheRestCounted) {
     // A name that looks like a placeholder is printed as it is.
-    const Outcome run = count({u"missing %2.txt"_s, u"home.txt"_s, dwtest::homePath()});
+    const Outcome run = count({u"missing %2.txt"_s, u"home.txt"_s});
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.out, u"2\thome.txt\n"_s);
     EXPECT_TRUE(run.err.contains(u"cannot read 'missing %2.txt': No such file or directory"_s))
         << run.err.toStdString();
-    EXPECT_TRUE(run.err.contains(u"cannot read '%1': Is a directory"_s.arg(dwtest::homePath())));
     // Output that cannot be written is a failure too.
     EXPECT_EQ(count({u"home.txt"_s}, u"/dev/full"_s).status, 1);
 

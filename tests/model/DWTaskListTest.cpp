@@ -72,13 +72,23 @@ TEST(TaskList, LabelEqualityAndHashGoByPath) {
     EXPECT_TRUE(taskList(u""_s)->isEqual(taskList(u""_s).get()));
 }
 
-TEST(TaskList, ArchiveRoundTripGivesUncountedEqualLists) {
+// The record's keys and class name are a stored format: other versions of the
+// app and the preferences file hold them.
+TEST(TaskList, ArchiveRoundTripGivesUncountedEqualListsInTheStoredFormat) {
     const QList<std::shared_ptr<DWTaskList>> lists = {
-        taskList(file(u"round.taskpaper"_s, "- a\n"), DWTaskRuleSet::taskPaperRuleSet()),
+        taskList(file(u"round.txt"_s, "- a\n"), DWTaskRuleSet::todotxtRuleSet()),
         taskList(u"/t/\u00fcber \"quoted\".txt"_s, DWTaskRuleSet::squareBracketStyleRuleSet()),
         taskList(u"/t/none.txt"_s)};
     lists[0]->updateOpenTasks();
-    const auto decoded = DWTaskList::unarchiveTaskLists(DWTaskList::archiveTaskLists(lists));
+    const QByteArray data = DWTaskList::archiveTaskLists(lists);
+    const QCborArray records = QCborValue::fromCbor(data)[u"$top"_s].toArray();
+    ASSERT_EQ(records.size(), 3);
+    EXPECT_EQ(records[0][u"$class"_s].toString(), u"DWTaskList"_s);
+    EXPECT_EQ(records[0][u"Path"_s].toString(), lists[0]->path());
+    EXPECT_EQ(records[0][u"RuleSetName"_s].toString(), u"todotxt.org style"_s);
+    EXPECT_TRUE(records[2][u"RuleSetName"_s].isNull());
+
+    const auto decoded = DWTaskList::unarchiveTaskLists(data);
     ASSERT_TRUE(decoded && decoded->size() == lists.size());
     for (qsizetype i = 0; i < lists.size(); ++i) {
         const DWTaskList &in = *lists[i], &out = *decoded->at(i);
@@ -90,28 +100,15 @@ TEST(TaskList, ArchiveRoundTripGivesUncountedEqualLists) {
     decoded->at(0)->updateOpenTasks();
     EXPECT_EQ(decoded->at(0)->openTasks(), 1);
     EXPECT_TRUE(DWTaskList::unarchiveTaskLists(DWTaskList::archiveTaskLists({}))->isEmpty());
-}
-
-// What other versions of the app and the preferences file hold: the record's
-// keys and class name are a stored format.
-TEST(TaskList, ArchivedRecordFormat) {
-    const QByteArray data = DWTaskList::archiveTaskLists(
-        {taskList(u"/t/a.txt"_s, DWTaskRuleSet::todotxtRuleSet()), taskList(u"/t/b.txt"_s)});
-    const QCborArray records = QCborValue::fromCbor(data)[u"$top"_s].toArray();
-    ASSERT_EQ(records.size(), 2);
-    EXPECT_EQ(records[0][u"$class"_s].toString(), u"DWTaskList"_s);
-    EXPECT_EQ(records[0][u"Path"_s].toString(), u"/t/a.txt"_s);
-    EXPECT_EQ(records[0][u"RuleSetName"_s].toString(), u"todotxt.org style"_s);
-    EXPECT_TRUE(records[1][u"RuleSetName"_s].isNull());
 
     // A record with a name no rule set has reads as a list without rules.
     QCborMap root = QCborValue::fromCbor(data).toMap();
     root.insert(u"$top"_s, QCborArray{QCborMap{{u"$class"_s, u"DWTaskList"_s},
                                                {u"Path"_s, u"/t/c.txt"_s},
                                                {u"RuleSetName"_s, u"Emoji style"_s}}});
-    const auto decoded = DWTaskList::unarchiveTaskLists(root.toCborValue().toCbor());
-    ASSERT_TRUE(decoded && decoded->size() == 1);
-    EXPECT_EQ(decoded->at(0)->ruleSet(), nullptr);
+    const auto unknown = DWTaskList::unarchiveTaskLists(root.toCborValue().toCbor());
+    ASSERT_TRUE(unknown && unknown->size() == 1);
+    EXPECT_EQ(unknown->at(0)->ruleSet(), nullptr);
 }
 
 TEST(TaskList, DamagedOrForeignArchivesReadAsNothing) {

@@ -28,6 +28,5 @@ TEST(DWBadgeModeTest, PreferenceThenDefaultFileManagerThenDesktopDecide) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(DWBadgeMode::choose(c.preference, c.fileManager, c.desktop), c.mode)
-            << c.preference.toStdString() << " / " << c.fileManager.toStdString() << " / "
-            << c.desktop.toStdString();
+            << "case " << &c - cases;
 }

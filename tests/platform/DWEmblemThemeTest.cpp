@@ -1,5 +1,6 @@
 #include "platform/DWEmblemTheme.h"
 
+#include "foundation/LWTimestamp.h"
 #include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
 
@@ -7,21 +8,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-qint64 modifiedAt(const QString& path) {
-    return QFileInfo(path).fileTime(QFileDevice::FileModificationTime).toSecsSinceEpoch();
-}
-bool setModifiedAt(const QString& path, qint64 seconds) {
-    const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    return utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) == 0;
-}
-} // namespace
 
 TEST(DWEmblemThemeTest, DrawsEverySizeOnceAndTouchesTheThemeOnlyWhenItAdds) {
     DWEmblemTheme theme(dwtest::homePath() + u"/theme"_s);
@@ -40,14 +29,15 @@ TEST(DWEmblemThemeTest, DrawsEverySizeOnceAndTouchesTheThemeOnlyWhenItAdds) {
 
     // Installed already, by this theme or an earlier run's: nothing moves.
     const QString icon = theme.iconPath(7, 16, 1);
-    ASSERT_TRUE(setModifiedAt(icon, 1000000000));
-    ASSERT_TRUE(setModifiedAt(theme.themeDirectory(), 1000000000));
+    const LWTimestamp old{1000000000, 0};
+    ASSERT_TRUE(lw::setContentModificationDate(icon, old) &&
+                lw::setContentModificationDate(theme.themeDirectory(), old));
     DWEmblemTheme again(theme.themeDirectory());
     ASSERT_TRUE(again.install(7));
-    EXPECT_EQ(modifiedAt(icon), 1000000000);
-    EXPECT_EQ(modifiedAt(theme.themeDirectory()), 1000000000);
+    EXPECT_EQ(lw::contentModificationDate(icon), old);
+    EXPECT_EQ(lw::contentModificationDate(theme.themeDirectory()), old);
     ASSERT_TRUE(again.install(8));
-    EXPECT_GT(modifiedAt(theme.themeDirectory()), 1000000000);
+    EXPECT_NE(lw::contentModificationDate(theme.themeDirectory()), old);
 
     // Uninstalling takes our pictures and nobody else's.
     const QString other = theme.themeDirectory() + u"/16x16/emblems/emblem-favorite.png"_s;

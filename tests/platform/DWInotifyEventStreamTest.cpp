@@ -3,8 +3,8 @@
 // second, "sentinel" directory afterwards and waits for that: the kernel
 // queues events in order, so anything earlier would have come by then.
 #include "foundation/LWTimestamp.h"
-#include "logging/LWLogger.h"
 #include "platform/DWInotifyEventStreamFactory.h"
+#include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -32,19 +32,19 @@ struct Recorder {
             return std::any_of(batch.begin(), batch.end(), [&](auto& e) { return e.path == path; });
         });
     }
-    bool waitFor(const QString& path) {
-        return dwtest::waitUntil([&] { return saw(path); }, 5000);
+    bool waitFor(const QString& path) { return waitFor(QStringList{path}); }
+    // Waits until every one of `paths` was reported.
+    bool waitFor(const QStringList& paths) {
+        return dwtest::waitUntil(
+            [&] {
+                return std::all_of(paths.begin(), paths.end(), [&](auto& p) { return saw(p); });
+            },
+            5000);
     }
 };
 
 class InotifyStreamTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        logger->setMessageBacklogSize(100);
-        logger->setMessageBacklog({});
-    }
-    void TearDown() override { logger->setMessageBacklogSize(0); }
-
     QString makeDir(const QString& name) {
         const QString path = root.path() + QLatin1Char('/') + name;
         EXPECT_TRUE(QDir().mkpath(path));
@@ -57,11 +57,11 @@ protected:
         EXPECT_TRUE(stream && stream->start());
         return stream;
     }
-    int warningCount() const { return int(logger->messageBacklog().filter(u" WARN|"_s).size()); }
+    int warningCount() const { return int(log.loggerLines().filter(u" WARN|"_s).size()); }
 
     QTemporaryDir root;
     std::shared_ptr<DWInotifyEventStreamFactory> factory = DWInotifyEventStreamFactory::create();
-    LWLogger* logger = LWLogger::sharedInstance();
+    dwtest::LogCapture log{100};
 };
 } // namespace
 
@@ -122,7 +122,7 @@ TEST_F(InotifyStreamTest, ChangingTheDirectoriesKeepsWhatIsPending) {
     stream->removeDirectory(dropped);
     stream->addDirectory(added);
     dwtest::writeFile(added + u"/x"_s, "x");
-    ASSERT_TRUE(dwtest::waitUntil([&] { return recorder.saw(kept) && recorder.saw(added); }, 5000));
+    ASSERT_TRUE(recorder.waitFor({kept, added}));
     EXPECT_FALSE(recorder.saw(dropped));
     EXPECT_EQ(factory->instancesOpened(), 1);
 }
@@ -133,8 +133,7 @@ TEST_F(InotifyStreamTest, AWatchedDirectoryThatGoesIsReportedWithItsOwnPath) {
     auto stream = start({doomed, moved}, recorder);
     ASSERT_TRUE(QDir(doomed).removeRecursively());
     ASSERT_TRUE(QDir().rename(moved, root.path() + u"/moved-away"_s));
-    EXPECT_TRUE(
-        dwtest::waitUntil([&] { return recorder.saw(doomed) && recorder.saw(moved); }, 5000));
+    EXPECT_TRUE(recorder.waitFor({doomed, moved}));
 
     // Back again: a new stream over the same names watches them again (not
     // the old directory under its new name).
@@ -195,7 +194,7 @@ TEST_F(InotifyStreamTest, ADirectoryThatCannotBeWatchedWarnsOnceAndTheOthersWork
     dwtest::writeFile(plainFile, "x");
     Recorder recorder;
     auto stream = start({good, missing, plainFile}, recorder);
-    const QString lines = logger->messageBacklog().join(u'\n');
+    const QString lines = log.loggerLines().join(u'\n');
     EXPECT_EQ(warningCount(), 2) << lines.toStdString();
     EXPECT_TRUE(
         lines.contains(u"Could not watch directory %1: No such file or directory"_s.arg(missing)));
@@ -268,7 +267,7 @@ TEST_F(InotifyStreamTest, TwoNamesOfOneDirectoryShareOneWatch) {
     Recorder recorder;
     auto stream = start({real, alias}, recorder);
     dwtest::writeFile(real + u"/x"_s, "x");
-    EXPECT_TRUE(dwtest::waitUntil([&] { return recorder.saw(real) && recorder.saw(alias); }, 5000));
+    EXPECT_TRUE(recorder.waitFor({real, alias}));
     stream.reset();
     stream = start({real}, recorder);
     QCoreApplication::processEvents();

@@ -1,7 +1,7 @@
 #include "platform/DWLinuxWorkspace.h"
 
-#include "logging/LWLogger.h"
 #include "platform/DWIconTheme.h"
+#include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -215,8 +215,7 @@ TEST(WorkspaceApplications, DesktopEntriesAreFoundUserFirst) {
 }
 
 TEST(WorkspaceCustomIcons, WithoutAMetadataServiceTheWriteFailsWithOneWarningAndChangesNothing) {
-    LWLogger::sharedInstance()->setMessageBacklogSize(100);
-    LWLogger::sharedInstance()->setMessageBacklog({});
+    dwtest::LogCapture log(100);
     const QString pictures = dwtest::homePath() + u"/pictures"_s;
     DWLinuxWorkspace workspace({u"hicolor"_s, {}, pictures});
     const QString file = dwtest::homePath() + u"/nobus/list.txt"_s;
@@ -229,11 +228,7 @@ TEST(WorkspaceCustomIcons, WithoutAMetadataServiceTheWriteFailsWithOneWarningAnd
     EXPECT_FALSE(workspace.setIcon(icon, file));
     EXPECT_TRUE(workspace.setIcon(LWIconImage(), file)); // nothing of ours is on it
     EXPECT_FALSE(workspace.setIcon(icon, dwtest::homePath() + u"/nobus/gone.txt"_s));
-    EXPECT_EQ(LWLogger::sharedInstance()
-                  ->messageBacklog()
-                  .filter(u"Can't set custom file icons"_s)
-                  .size(),
-              1);
+    EXPECT_EQ(log.loggerLines().filter(u"Can't set custom file icons"_s).size(), 1);
     EXPECT_TRUE(workspace.filesWithPictures().isEmpty());
     EXPECT_EQ(lw::contentModificationDate(file), date);
     EXPECT_EQ(dwtest::readFile(file), QByteArray("- [ ] a\n"));
