@@ -43,13 +43,10 @@ int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
     // The user's language where there is a catalogue for it (Qt's own dialogs
     // and buttons, then Dotwise's); the texts as written otherwise.
-    DWCommandLine::installTranslators();
+    DWCommandLine::setUpApplication();
     const LWBundle& bundle = LWBundle::mainBundle();
-    QApplication::setApplicationName(bundle.bundleName());
     QApplication::setApplicationDisplayName(bundle.bundleName());
     QApplication::setApplicationVersion(bundle.shortVersionString());
-    QApplication::setOrganizationName(
-        bundle.objectForInfoDictionaryKey(QStringLiteral("LWOrganizationName")).toString());
     QApplication::setDesktopFileName(bundle.bundleIdentifier());
     QApplication::setWindowIcon(
         QIcon::fromTheme(bundle.bundleIdentifier(),

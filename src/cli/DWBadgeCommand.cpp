@@ -173,7 +173,7 @@ int DWBadgeCommand::run(int argc, char* argv[]) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
-    DWCommandLine::installTranslators();
+    DWCommandLine::setUpApplication();
     QTextStream out(stdout);
     QTextStream err(stderr);
     return execute(QGuiApplication::arguments(), out, err);

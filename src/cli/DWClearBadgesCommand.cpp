@@ -19,9 +19,7 @@ const char* DWClearBadgesCommand::synopsis() {
 
 int DWClearBadgesCommand::run(int argc, char* argv[]) {
     QCoreApplication application(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
-    QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
-    DWCommandLine::installTranslators();
+    DWCommandLine::setUpApplication();
     if (argc > 1) {
         DWCommandLine::print(stderr,
                              tr("dotwise clear-badges: takes no arguments\nUsage: dotwise %1\n"),

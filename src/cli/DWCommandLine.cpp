@@ -116,7 +116,7 @@ int DWCommandLine::run(int argc, char* argv[]) {
     std::optional<QCoreApplication> application;
     if (argc < 2 || answeredHere()) {
         application.emplace(argc, argv);
-        installTranslators();
+        setUpApplication();
     }
     if (argc < 2 || !std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "-h")) {
         std::fputs(qPrintable(usage()), stdout);
@@ -140,7 +140,11 @@ int DWCommandLine::run(int argc, char* argv[]) {
     return 2;
 }
 
-void DWCommandLine::installTranslators() {
+void DWCommandLine::setUpApplication() {
+    const LWBundle& bundle = LWBundle::mainBundle();
+    QCoreApplication::setApplicationName(bundle.bundleName());
+    QCoreApplication::setOrganizationName(
+        bundle.objectForInfoDictionaryKey(QStringLiteral("LWOrganizationName")).toString());
     static QTranslator qtCatalogue;
     static QTranslator catalogue;
     if (qtCatalogue.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),

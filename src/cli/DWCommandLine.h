@@ -24,9 +24,12 @@ public:
     static int run(int argc, char* argv[]);
     static QString usage();
 
-    // Puts the user's catalogues (Qt's own, then Dotwise's) into the running
-    // application where there are any; the texts stay as written otherwise.
-    static void installTranslators();
+    // Names the running application as the bundle does (its preferences and
+    // logs are found by those names) and puts the user's catalogues (Qt's own,
+    // then Dotwise's) into it where there are any; the texts stay as written
+    // otherwise. Every subcommand and the window call it once their
+    // application object exists.
+    static void setUpApplication();
     // Writes `text` (translated already) with %1, %2... replaced by the raw
     // bytes of `arguments`: file names that are not valid UTF-8 come out as
     // they are, and no catalogue can make a format string of an argument.

@@ -28,9 +28,7 @@ const char* DWCountCommand::synopsis() {
 
 int DWCountCommand::run(int argc, char* argv[]) {
     QCoreApplication application(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
-    QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
-    DWCommandLine::installTranslators();
+    DWCommandLine::setUpApplication();
 
     const DWFileArguments arguments("count", synopsis(), argc, argv);
     if (arguments.exitStatus())

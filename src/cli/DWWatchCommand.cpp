@@ -280,9 +280,7 @@ const char* DWWatchCommand::synopsis() {
 
 int DWWatchCommand::run(int argc, char* argv[]) {
     QCoreApplication application(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("Wrenfield"));
-    QCoreApplication::setApplicationName(QStringLiteral("Dotwise"));
-    DWCommandLine::installTranslators();
+    DWCommandLine::setUpApplication();
 
     std::vector<char*> rest(argv, argv + argc);
     std::optional<Format> format = takeFormat(rest);
