@@ -112,16 +112,14 @@ protected:
         delegate.reset();
     }
 
-    // The watcher uses the fake streams unless the test hands it a factory.
-    DotwiseAppDelegate& start(bool launchAtLogin,
-                              std::shared_ptr<DWDirectoryEventStreamFactory> factory = nullptr) {
+    DotwiseAppDelegate& start(bool launchAtLogin) {
         DotwiseAppDelegate::Services services;
         services.workspace = &workspace;
         auto loginItemController = std::make_unique<FakeLaunchAtLoginController>();
         loginItemController->setRegistered(launchAtLogin);
         loginItem = loginItemController.get();
         services.launchAtLoginController = std::move(loginItemController);
-        services.fileWatcher = std::make_unique<DWFileWatcher>(factory ? factory : streams);
+        services.fileWatcher = std::make_unique<DWFileWatcher>(streams);
         services.terminate = [this] { ++terminations; };
         services.badgeMode = badgeMode;
         services.fileEmblems = &emblems;
