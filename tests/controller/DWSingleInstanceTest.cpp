@@ -1,12 +1,70 @@
+#include "ControllerTestSupport.h"
 #include "controller/DWSingleInstance.h"
+#include "foundation/LWBundle.h"
 
-#include <QFile>
+#include <QMainWindow>
+#include <QProcess>
 #include <QTemporaryDir>
-#include <gtest/gtest.h>
 
-using namespace Qt::StringLiterals;
+// Starting the application while it runs hands over to the running copy: its
+// window comes forward and the second process ends. "dotwise FILE..." from a
+// launcher hands over the files, added as a drop adds them, and the
+// launcher's tokens to come forward with.
+TEST_F(ControllerTest, ASecondStartHandsOverItsFilesAndLaunchTokens) {
+    QTemporaryDir runtime;
+    QFile::setPermissions(runtime.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    DWSingleInstance instance(runtime.path(), LWBundle::mainBundle().bundleIdentifier());
+    ASSERT_TRUE(instance.claim());
+    DotwiseAppDelegate& app = start(true);
+    QList<DWSingleInstance::Launch> launches;
+    QObject::connect(&instance, &DWSingleInstance::reopenRequested, &app,
+                     [&](const DWSingleInstance::Launch& launch) {
+                         launches.append(launch);
+                         app.applicationShouldHandleReopen();
+                         app.openFiles(launch.files);
+                     });
+    const QString notes = makeFile(u"notes.md"_s, "- [ ] a\n");
+    const QString line = makeFile(u"odd\nname.md"_s, "- [ ] b\n");
+    const QString image = makeFile(u"photo.png"_s, "\x89PNG\r\n");
 
-// The hand-over itself is tested with a real second process (DWSecondStartTest).
+    const auto run = [&](const QStringList& arguments, int expectedStatus) {
+        QProcess second;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"XDG_RUNTIME_DIR"_s, runtime.path());
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        environment.insert(u"XDG_ACTIVATION_TOKEN"_s, u"wayland-token"_s);
+        environment.insert(u"DESKTOP_STARTUP_ID"_s, u"launcher-1_TIME42"_s);
+        second.setProcessEnvironment(environment);
+        second.setWorkingDirectory(folder);
+        second.start(QStringLiteral(DW_DOTWISE_BINARY), arguments);
+        EXPECT_TRUE(second.waitForStarted(5000));
+        EXPECT_TRUE(
+            dwtest::waitUntil([&] { return second.state() == QProcess::NotRunning; }, 20000));
+        const QString errors = QString::fromLocal8Bit(second.readAllStandardError());
+        EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(second.exitCode(), expectedStatus) << errors.toStdString();
+        return errors;
+    };
+
+    app.mainWindow()->hide();
+    run({}, 0);
+    EXPECT_TRUE(app.mainWindow()->isVisible());
+    ASSERT_EQ(launches.size(), 1);
+    EXPECT_TRUE(launches[0].files.isEmpty());
+
+    const QString errors = run({u"notes.md"_s, u"missing.md"_s, line, image}, 0);
+    EXPECT_TRUE(errors.contains(u"missing.md: no such file"_s)) << errors.toStdString();
+    ASSERT_EQ(launches.size(), 2);
+    EXPECT_EQ(launches[1], (DWSingleInstance::Launch{
+                               {notes, line, image}, u"wayland-token"_s, u"launcher-1_TIME42"_s}));
+    EXPECT_EQ(listedPaths(), (QStringList{notes, line}));
+
+    const QString usage = run({u"--bogus"_s, u"notes.md"_s}, 2);
+    EXPECT_TRUE(usage.startsWith(u"dotwise: unknown option '--bogus'\nUsage: dotwise"_s))
+        << usage.toStdString();
+    EXPECT_EQ(launches.size(), 2);
+}
+
 TEST(SingleInstance, TheSessionIsHeldUntilTheRunningCopyEnds) {
     QTemporaryDir runtime;
     const QString name = u"org.example.Probe"_s;
