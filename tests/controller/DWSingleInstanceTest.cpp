@@ -1,5 +1,6 @@
-#include "ControllerTestSupport.h"
 #include "controller/DWSingleInstance.h"
+
+#include "ControllerTestSupport.h"
 #include "foundation/LWBundle.h"
 
 #include <QMainWindow>
