@@ -3,17 +3,12 @@
 #include "foundation/LWDateAdditions.h"
 #include "foundation/LWDurationInDaysHoursOrMinutesValueTransformer.h"
 #include "foundation/LWError.h"
-#include "foundation/LWHTMLEntities.h"
 #include "foundation/LWObjectAdditions.h"
 #include "foundation/LWPreferences.h"
 #include "foundation/LWStringAdditions.h"
 #include "foundation/LWURLAdditions.h"
 #include "support/TestEnvironment.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QTimeZone>
 #include <gtest/gtest.h>
 
@@ -24,43 +19,7 @@ namespace {
 QString u(const char16_t* text) {
     return QStringView(text).toString();
 }
-
-// What a Python program prints as JSON for the JSON it reads: the independent
-// reference for the checks below. Nothing (and the test skips) without python3.
-std::optional<QJsonDocument> python(const QString& program, const QByteArray& input = {}) {
-    const QString python3 = QStandardPaths::findExecutable(u"python3"_s);
-    if (python3.isEmpty())
-        return std::nullopt;
-    QProcess process;
-    process.start(python3, {u"-c"_s, program});
-    process.write(input);
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(60000));
-    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-    return QJsonDocument::fromJson(process.readAllStandardOutput());
-}
 } // namespace
-
-// Each row against the HTML 4.01 list as Python ships it, plus "&apos;".
-TEST(HTMLEntityTable, HoldsTheHTML401EntitiesAndApos) {
-    const auto reference = python(
-        u"import json,sys,html.entities\njson.dump(html.entities.name2codepoint,sys.stdout)"_s);
-    if (!reference)
-        GTEST_SKIP() << "python3 is not installed (scripts/install-deps.sh installs it)";
-    QJsonObject expected = reference->object();
-    ASSERT_EQ(expected.size(), 252);
-    expected.insert(u"apos"_s, 39);
-    ASSERT_EQ(lw::htmlEntityTable.size(), 253u);
-    for (const LWHTMLEntity& row : lw::htmlEntityTable) {
-        const QString text = QString::fromUtf16(row.text);
-        const QString name = text.mid(1).chopped(1);
-        EXPECT_EQ(text, u'&' + name + u';');
-        EXPECT_EQ(expected.take(name).toInt(), row.codeUnit) << text.toStdString();
-        EXPECT_EQ(lw::stringByUnescapingHTML(u"x"_s + text + u"y"_s),
-                  u"x"_s + QChar(row.codeUnit) + u"y"_s);
-    }
-    EXPECT_TRUE(expected.isEmpty()); // no name twice, none missing
-}
 
 TEST(StringByUnescapingHTML, DecodesOnlyWellFormedReferences) {
     for (const char16_t* in : {u"&#65;", u"&#x41;", u"&#X41;", u"&#+65;", u"&# 65;", u"&#x000041;"})

@@ -1,8 +1,6 @@
 #include "support/TestEnvironment.h"
 #include "ui/LWBackgroundImageView.h"
-#include "ui/LWFlippedToolbarSeparatorView.h"
 #include "ui/LWGeometry.h"
-#include "ui/LWToolbarSeparatorView.h"
 #include "ui/LWViewAdditions.h"
 #include "ui/LWViewAnimationAdditions.h"
 #include "ui/LWWidgetAdditions.h"
@@ -97,23 +95,6 @@ TEST(WidgetAdditions, ToolbarTabAndTreeLookups) {
     EXPECT_EQ(tree.selectionModel()->selectedRows().size(), 2);
     lw::selectItem(&tree, childIndex, false);
     EXPECT_EQ(tree.selectionModel()->selectedRows(), QModelIndexList{childIndex});
-}
-
-TEST(SeparatorViews, FadingLineOverASoftShadowAlongOneEdge) {
-    LWToolbarSeparatorView bottom;
-    bottom.resize(200, 24);
-    const QImage image = rendered(bottom);
-    const int last = image.height() - 1;
-    // Darkest in the middle, fading towards the ends; the shadow only at the bottom.
-    EXPECT_GT(qAlpha(image.pixel(100, last)), qAlpha(image.pixel(30, last)));
-    EXPECT_GT(qAlpha(image.pixel(30, last)), qAlpha(image.pixel(5, last)));
-    EXPECT_GT(qAlpha(image.pixel(100, last - 3)), qAlpha(image.pixel(100, last - 8)));
-    EXPECT_EQ(qAlpha(image.pixel(100, 0)), 0);
-    EXPECT_LT(qRed(image.pixel(100, last)), 0x80); // gray, never white
-
-    LWFlippedToolbarSeparatorView top;
-    top.resize(200, 24);
-    EXPECT_EQ(rendered(top), image.mirrored(false, true));
 }
 
 TEST(BackgroundImageView, DrawsOnceOrAsATiledPattern) {
