@@ -81,12 +81,9 @@ TEST_F(ApplicationProxyTest, IncomingURLsCallCommandsOrAreRefusedWithAWarning) {
          "WARNING: No handler for name: editor\n (command: myscheme://editor\n/rpcRefresh)"},
         {"myscheme:/editor/rpcRefresh",
          "WARNING: Invalid command URL (too short): myscheme:/editor/rpcRefresh"},
-        {"myscheme://editor", "WARNING: Invalid command URL (too short): myscheme://editor"},
         {"myscheme:// /rpcRefresh", "WARNING: Invalid command URL: myscheme:// /rpcRefresh"},
         {"MyScheme://editor/rpcRefresh",
          "WARNING: Invalid protocol: MyScheme. Supported is only: myscheme"},
-        {"myscheme://%20editor/rpcRefresh",
-         "WARNING: No handler for name: %20editor (command: myscheme://%20editor/rpcRefresh)"},
         // A foreign command name: the prefix warning, then the refusal.
         {"myscheme://editor/refresh",
          "WARNING: Ignoring all commands without 'rpc' prefix: refresh\n"
@@ -97,11 +94,9 @@ TEST_F(ApplicationProxyTest, IncomingURLsCallCommandsOrAreRefusedWithAWarning) {
         // Colons inside segments would call a command short of arguments.
         {"myscheme://editor/rpcOpen/x/a%3Ab/y",
          "WARNING: Invalid method/arguments: (\"rpcOpen\", \"x\", \"a%3Ab\", \"y\")"},
-        {"myscheme://editor/%FF", "WARNING: Invalid method/arguments: (\"%FF\")"},
         {"myscheme://editor/rpcMissing",
-         "WARNING: Delegate (editor) does not respond to selector: rpcMissing"},
-        {"myscheme://editor/rpcOpenFile/x",
-         "WARNING: Delegate (editor) does not respond to selector: rpcOpenFile:"}};
+         "WARNING: Delegate (editor) does not respond to selector: rpcMissing"}};
+
     for (const auto& [url, warnings] : refused) {
         SCOPED_TRACE(url);
         const QStringList lines =
@@ -112,20 +107,10 @@ TEST_F(ApplicationProxyTest, IncomingURLsCallCommandsOrAreRefusedWithAWarning) {
 }
 
 TEST_F(ApplicationProxyTest, SendingWritesTheCommandURLOrRefuses) {
-    // Scheme and handler name go out, and into the log, as they are.
+    // Scheme and handler name go out as they are.
     const QString expected = u"MyScheme://Editor/rpcOpenFile/My%20Notes.txt/atLine/12"_s;
     proxy.setAppProtocol(u"MyScheme"_s);
-    {
-        dwtest::LogCapture log;
-        proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"Editor"_s, {u"My Notes.txt"_s, 12});
-        ASSERT_EQ(log.loggerLines().size(), 1);
-        const QString line = log.loggerLines().first();
-        EXPECT_TRUE(line.startsWith(u"DEBUG| App proxy: opening URL: "_s + expected +
-                                    u" |LWApplicationProxy:"_s))
-            << line.toStdString();
-        EXPECT_TRUE(
-            line.endsWith(u"| -[LWApplicationProxy remoteInvokeSelector:handler:arguments:]"_s));
-    }
+    proxy.remoteInvokeSelector(u"rpcOpenFile:atLine:"_s, u"Editor"_s, {u"My Notes.txt"_s, 12});
     EXPECT_EQ(workspace.openedUrlTexts(), QStringList{expected});
     EXPECT_EQ(activations, 1);
     proxy.setAppProtocol(u"myscheme"_s);

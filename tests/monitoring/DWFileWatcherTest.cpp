@@ -6,7 +6,6 @@
 #include "support/TestEnvironment.h"
 
 #include <QFile>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -32,16 +31,12 @@ protected:
     static void setDate(const QString& path, qint64 seconds, qint64 nanoseconds = 0) {
         ASSERT_TRUE(lw::setContentModificationDate(path, {seconds, nanoseconds}));
     }
-    // The watcher's lines since the last call, oldest first, as
-    // "<message> | <function>"; also checks how each line is formed.
+    // The messages of the watcher's debug lines since the last call, oldest first.
     QStringList takeLines() {
-        static const QRegularExpression form(
-            u"^DEBUG\\| (.*) \\|DWFileWatcher:\\d+\\| (-\\[DWFileWatcher .*\\])$"_s);
         QStringList lines;
         for (const QString& line : logger->messageBacklog()) {
-            const QRegularExpressionMatch match = form.match(line);
-            EXPECT_TRUE(match.hasMatch()) << line.toStdString();
-            lines.prepend(match.captured(1) + u" | "_s + match.captured(2));
+            EXPECT_TRUE(line.startsWith(u"DEBUG| "_s)) << line.toStdString();
+            lines.prepend(line.mid(7).section(u" |DWFileWatcher:"_s, 0, 0));
         }
         logger->setMessageBacklog({});
         return lines;
@@ -57,12 +52,6 @@ protected:
     dwtest::LogCapture log{1000};
     LWLogger* logger = LWLogger::sharedInstance();
 };
-
-const QString startWatching = u" | -[DWFileWatcher startWatchingFile:]"_s;
-const QString stopWatching = u" | -[DWFileWatcher stopWatchingFile:]"_s;
-const QString startStream = u" | -[DWFileWatcher _startFileEventStream]"_s;
-const QString stoppedStream =
-    u"Stopped file event stream | -[DWFileWatcher _stopFileEventStream]"_s;
 } // namespace
 
 // One stream for the watcher's life: registrations change its directories,
@@ -77,11 +66,10 @@ TEST_F(FileWatcherTest, RegistrationsChangeTheRunningStreamAndSaySo) {
     EXPECT_EQ(factory->streamsCreated(), 0);
     watcher->startWatchingFile(first);
     watcher->startWatchingFile(second);
-    EXPECT_EQ(takeLines(),
-              (QStringList{u"Started to watch directory: "_s + dir + startWatching,
-                           u"Started file event stream watching 1 directories."_s + startStream,
-                           u"Started watching file: "_s + first + startWatching,
-                           u"Started watching file: "_s + second + startWatching}));
+    EXPECT_EQ(takeLines(), (QStringList{u"Started to watch directory: "_s + dir,
+                                        u"Started file event stream watching 1 directories."_s,
+                                        u"Started watching file: "_s + first,
+                                        u"Started watching file: "_s + second}));
     EXPECT_EQ(factory->lastLatency(), 2.0);
     EXPECT_EQ(factory->lastSinceEventId(), DWDirectoryEventStream::SinceNow);
 
@@ -93,16 +81,15 @@ TEST_F(FileWatcherTest, RegistrationsChangeTheRunningStreamAndSaySo) {
     EXPECT_EQ(takeLines(),
               QStringList{
                   u"Won't remove directory '%1' from watch list, because still watching: %2"_s.arg(
-                      dir, second) +
-                  stopWatching});
+                      dir, second)});
     watcher->stopWatchingFile(other);
     watcher->stopWatchingFile(dir + u"/stranger.txt"_s); // beside a registered file: harmless
     EXPECT_EQ(factory->runningDirectories(), QSet<QString>{dir});
     EXPECT_EQ(watcher->watchedFiles(), QList<QString>{second});
     takeLines();
     watcher->stopWatchingFile(second);
-    EXPECT_EQ(takeLines(), (QStringList{u"Stopped watching directory: "_s + dir + stopWatching,
-                                        stoppedStream, u"Nothing to watch."_s + startStream}));
+    EXPECT_EQ(takeLines(), (QStringList{u"Stopped watching directory: "_s + dir,
+                                        u"Stopped file event stream"_s, u"Nothing to watch."_s}));
     EXPECT_EQ(factory->streamsCreated(), 1);
     EXPECT_EQ(factory->runningStreamCount(), 0);
     EXPECT_TRUE(watcher->watchedDirectories().isEmpty() && watcher->watchedFiles().isEmpty());
@@ -144,9 +131,7 @@ TEST_F(FileWatcherTest, OnlyTheDirectoryItselfCountsAndPathsAreExactStrings) {
     for (const QString& path : {dir + u"/sub"_s, folder.path(), dir + u"x"_s})
         factory->deliver(path);
     EXPECT_TRUE(takeReports().isEmpty());
-    EXPECT_TRUE(
-        takeLines().contains(u"Modification: "_s + dir + u"/sub"_s +
-                             u" | -[DWFileWatcher _handleDirectoryModification:eventId:]"_s));
+    EXPECT_TRUE(takeLines().contains(u"Modification: "_s + dir + u"/sub"_s));
     factory->deliver(dir);
     EXPECT_EQ(takeReports(), QStringList{u"modified "_s + list});
     factory->deliver(dir + u"/../lists"_s);
@@ -233,7 +218,7 @@ TEST_F(FileWatcherTest, NoStreamOrAStoppedOneLeavesTheRegistrations) {
     takeLines();
     watcher->shutdown();
     watcher->shutdown(); // nothing running: nothing said
-    EXPECT_EQ(takeLines(), QStringList{stoppedStream});
+    EXPECT_EQ(takeLines(), QStringList{u"Stopped file event stream"_s});
     EXPECT_EQ(watcher->watchedFiles().size(), 2);
     watcher->startWatchingFile(list);
     watcher.reset();

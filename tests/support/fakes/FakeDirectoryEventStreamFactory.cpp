@@ -10,8 +10,6 @@ struct FakeDirectoryEventStreamFactory::State {
     QList<std::shared_ptr<Stream>> running;
     bool failsToCreate = false;
     int created = 0;
-    int started = 0;
-    int stopped = 0;
     double lastLatency = 0;
     quint64 lastSinceEventId = 0;
     quint64 nextEventId = 1;
@@ -29,18 +27,11 @@ public:
     ~FakeDirectoryEventStream() override { stop(); }
 
     bool start() override {
-        if (!isRunning()) {
+        if (!isRunning())
             _state->running.append(_stream);
-            ++_state->started;
-        }
         return true;
     }
-    void stop() override {
-        if (isRunning()) {
-            _state->running.removeOne(_stream);
-            ++_state->stopped;
-        }
-    }
+    void stop() override { _state->running.removeOne(_stream); }
     void addDirectory(const QString& directory) override { _stream->directories.insert(directory); }
     void removeDirectory(const QString& directory) override {
         _stream->directories.remove(directory);
@@ -105,12 +96,6 @@ QSet<QString> FakeDirectoryEventStreamFactory::runningDirectories() const {
 
 int FakeDirectoryEventStreamFactory::streamsCreated() const {
     return _state->created;
-}
-int FakeDirectoryEventStreamFactory::streamsStarted() const {
-    return _state->started;
-}
-int FakeDirectoryEventStreamFactory::streamsStopped() const {
-    return _state->stopped;
 }
 double FakeDirectoryEventStreamFactory::lastLatency() const {
     return _state->lastLatency;

@@ -34,8 +34,6 @@ public:
     // The directories of the running streams, together.
     QSet<QString> runningDirectories() const;
     int streamsCreated() const;
-    int streamsStarted() const;
-    int streamsStopped() const;
     double lastLatency() const;
     quint64 lastSinceEventId() const;
 

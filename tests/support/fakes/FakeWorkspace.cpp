@@ -6,9 +6,9 @@ FakeWorkspace::FakeWorkspace() = default;
 
 LWIconImage FakeWorkspace::iconForFile(const QString&) const {
     LWIconImage icon;
-    for (int side : iconSizes) {
+    for (int side : {16, 32, 128, 256, 512}) {
         QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
-        image.fill(plainIconColor);
+        image.fill(QColor(40, 90, 200));
         icon.addRepresentation(image);
     }
     return icon;
@@ -16,9 +16,6 @@ LWIconImage FakeWorkspace::iconForFile(const QString&) const {
 
 bool FakeWorkspace::setIcon(const LWIconImage& icon, const QString& path) {
     QMutexLocker locker(&_lock);
-    _iconWrites.append({path, icon.isEmpty(), int(icon.count())});
-    if (failIconWrites)
-        return false;
     if (icon.isEmpty())
         _customIcons.remove(path);
     else
@@ -31,14 +28,12 @@ std::optional<LWTimestamp> FakeWorkspace::contentModificationDate(const QString&
 }
 
 bool FakeWorkspace::setContentModificationDate(const QString& path, const LWTimestamp& date) {
-    {
-        QMutexLocker locker(&_lock);
-        _dateWrites.append({path, date});
-    }
     return lw::setContentModificationDate(path, date);
 }
 
 bool FakeWorkspace::isTextFile(const QString& path) const {
+    static const QStringList textSuffixes{QStringLiteral("txt"), QStringLiteral("taskpaper"),
+                                          QStringLiteral("md"), QStringLiteral("todo")};
     return textSuffixes.contains(QFileInfo(path).suffix().toLower());
 }
 
@@ -86,16 +81,6 @@ LWIconImage FakeWorkspace::customIcon(const QString& path) const {
     return _customIcons.value(path);
 }
 
-QList<FakeWorkspace::IconWrite> FakeWorkspace::iconWrites() const {
-    QMutexLocker locker(&_lock);
-    return _iconWrites;
-}
-
-QList<FakeWorkspace::DateWrite> FakeWorkspace::dateWrites() const {
-    QMutexLocker locker(&_lock);
-    return _dateWrites;
-}
-
 QStringList FakeWorkspace::openedFiles() const {
     QMutexLocker locker(&_lock);
     return _openedFiles;
@@ -118,8 +103,6 @@ QStringList FakeWorkspace::selectedFiles() const {
 
 void FakeWorkspace::clearRecords() {
     QMutexLocker locker(&_lock);
-    _iconWrites.clear();
-    _dateWrites.clear();
     _openedFiles.clear();
     _openedUrls.clear();
     _openedUrlTexts.clear();
