@@ -4,14 +4,27 @@
 #   e2e-filemanagers.sh DOTWISE E2E_FIXTURE SCREENSHOT_PROBE DOLPHIN_PLUGIN_BUILD_DIR
 #
 # Installs the file managers first (scripts/install-filemanagers.sh). Then, for
-# Caja (pictures), Thunar (emblems) and Dolphin (emblems through the overlay
-# plugin, taken from the dotwise-dolphin package built in
-# DOLPHIN_PLUGIN_BUILD_DIR): starts Dotwise with badging on and two task
-# lists, opens the folder beside Dotwise's window, and checks the screen: a red
-# badge at each file, a different badge after an edit (and how long that took
-# from the save), and none after clicking the switch off. Screenshots go to
-# shots/ in the kept folder, and to DW_E2E_SHOTS when set.
+# each file manager in the table below (Dolphin with its overlay plugin, taken
+# from the dotwise-dolphin package built in DOLPHIN_PLUGIN_BUILD_DIR): starts
+# Dotwise with badging on in the file manager's mode and two task lists, opens
+# the folder beside Dotwise's window, and checks the screen: a red badge at
+# each file, a different badge after an edit (and how long that took from the
+# save), and none after clicking the switch off. Screenshots go to shots/ in
+# the kept folder, and to DW_E2E_SHOTS when set.
 # DW_E2E_FILEMANAGERS="caja thunar" runs some of them.
+
+# Name, badge mode, window class (for a window its own process does not
+# own), and command line; the folder follows it.
+filemanagers=(
+  "nautilus   picture org.gnome.Nautilus nautilus --new-window"
+  "nemo       picture nemo               nemo --no-desktop"
+  "caja       picture caja               caja --no-desktop --browser"
+  "thunar     emblem  thunar             thunar"
+  "pcmanfm-qt emblem  pcmanfm-qt         pcmanfm-qt --new-window"
+  "dolphin    emblem  dolphin            dolphin_with_plugin"
+)
+chosen="${DW_E2E_FILEMANAGERS:-nautilus nemo caja thunar pcmanfm-qt dolphin}"
+export DW_E2E_FILEMANAGERS="$chosen"
 here="$(dirname "$(readlink -f "$0")")"
 if [ -z "${DW_E2E_ROOT:-}" ]; then
   started=$(date +%s)
@@ -85,16 +98,17 @@ has_mark() { # FILE MODE: the metadata Dotwise sets in that mode
 
 fm_window() {
   E2E_FM_WINDOW="$(xdotool search --onlyvisible --pid "$fm_pid" 2>/dev/null | tail -n1)"
-  [ -n "$E2E_FM_WINDOW" ] || E2E_FM_WINDOW="$(xdotool search --onlyvisible --class "$fm" 2>/dev/null | tail -n1)"
+  [ -n "$E2E_FM_WINDOW" ] || E2E_FM_WINDOW="$(xdotool search --onlyvisible --class "$fm_class" 2>/dev/null | tail -n1)"
   kill -0 "$fm_pid" 2>/dev/null || { E2E_SEEN="$fm exited: $(tail -n 5 "$E2E_ROOT/$fm.log")"; return 2; }
   E2E_SEEN="no window of $fm yet"
   [ -n "$E2E_FM_WINDOW" ]
 }
 
-# run FILE_MANAGER MODE COMMAND...: one file manager, start to switch-off.
+# run FILE_MANAGER MODE CLASS COMMAND...: one file manager, start to
+# switch-off.
 run() {
-  fm="$1" mode="$2"
-  shift 2
+  fm="$1" mode="$2" fm_class="$3"
+  shift 3
   local folder="$E2E_FILES/$fm" alpha beta app_width count edited took
   mkdir -p "$folder"
   alpha="$folder/alpha.txt" beta="$folder/beta.txt"
@@ -117,7 +131,7 @@ run() {
     wait_for 120 "the emblems of the common counts drawn" \
       test -f "$XDG_DATA_HOME/icons/hicolor/256x256@2/emblems/emblem-dotwise-99.png"
 
-  "$@" >"$E2E_ROOT/$fm.log" 2>&1 &
+  "$@" "$folder" >"$E2E_ROOT/$fm.log" 2>&1 &
   fm_pid=$!
   wait_for 60 "a window of $fm" fm_window
   # Beside Dotwise's window, whose switch must stay clickable.
@@ -169,12 +183,11 @@ dolphin_with_plugin() {
     exec dolphin --new-window "$1"
 }
 
-for fm in ${DW_E2E_FILEMANAGERS:-caja thunar dolphin}; do
-  case "$fm" in
-  caja) run caja picture caja --no-desktop --browser "$E2E_FILES/caja" ;;
-  thunar) run thunar emblem thunar "$E2E_FILES/thunar" ;;
-  dolphin) run dolphin emblem dolphin_with_plugin "$E2E_FILES/dolphin" ;;
-  esac
+for fm in $chosen; do
+  line="$(printf '%s\n' "${filemanagers[@]}" | awk -v fm="$fm" '$1 == fm')"
+  [ -n "$line" ] || e2e_fail "unknown file manager '$fm' in DW_E2E_FILEMANAGERS"
+  # shellcheck disable=SC2086 # the table's words
+  run $line
 done
 cat "$E2E_ROOT/latencies"
 e2e_log "passed"
