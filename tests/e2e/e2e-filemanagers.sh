@@ -14,14 +14,16 @@
 # DW_E2E_FILEMANAGERS="caja thunar" runs some of them.
 
 # Name, badge mode, window class (for a window its own process does not
-# own), and command line; the folder follows it.
+# own), where the files start below the window's top (past menus and
+# toolbars, as Caja's red stop button is), and command line; the folder
+# follows it.
 filemanagers=(
-  "nautilus   picture org.gnome.Nautilus nautilus --new-window"
-  "nemo       picture nemo               nemo --no-desktop"
-  "caja       picture caja               caja --no-desktop --browser"
-  "thunar     emblem  thunar             thunar"
-  "pcmanfm-qt emblem  pcmanfm-qt         pcmanfm-qt --new-window"
-  "dolphin    emblem  dolphin            dolphin_with_plugin"
+  "nautilus   picture org.gnome.Nautilus 60  nautilus --new-window"
+  "nemo       picture nemo               100 nemo --no-desktop"
+  "caja       picture caja               100 caja --no-desktop --browser"
+  "thunar     emblem  thunar             100 thunar"
+  "pcmanfm-qt emblem  pcmanfm-qt         100 pcmanfm-qt --new-window"
+  "dolphin    emblem  dolphin            100 dolphin_with_plugin"
 )
 chosen="${DW_E2E_FILEMANAGERS:-nautilus nemo caja thunar pcmanfm-qt dolphin}"
 export DW_E2E_FILEMANAGERS="$chosen"
@@ -104,11 +106,11 @@ fm_window() {
   [ -n "$E2E_FM_WINDOW" ]
 }
 
-# run FILE_MANAGER MODE CLASS COMMAND...: one file manager, start to
+# run FILE_MANAGER MODE CLASS TOP COMMAND...: one file manager, start to
 # switch-off.
 run() {
-  fm="$1" mode="$2" fm_class="$3"
-  shift 3
+  fm="$1" mode="$2" fm_class="$3" fm_top="$4"
+  shift 4
   local folder="$E2E_FILES/$fm" alpha beta app_width count edited took
   mkdir -p "$folder"
   alpha="$folder/alpha.txt" beta="$folder/beta.txt"
@@ -139,8 +141,7 @@ run() {
   xdotool windowmove "$E2E_FM_WINDOW" "$((app_width + 10))" 0 windowsize "$E2E_FM_WINDOW" \
     "$((1270 - app_width))" 600
   sleep 1
-  # The files, below the menus and toolbars (Caja's stop button is red).
-  fm_area="$((app_width + 10)) 100 $((1270 - app_width)) 500"
+  fm_area="$((app_width + 10)) $fm_top $((1270 - app_width)) $((600 - fm_top))"
   wait_for 30 "a red badge at each of the two files in $fm" at_least_badges 2 "$fm-on"
   before_shot="$E2E_SHOT"
   before_badges="$(badges_in "$before_shot")"
@@ -182,6 +183,12 @@ dolphin_with_plugin() {
   QT_PLUGIN_PATH="$(dirname "$plugins")" QT_QPA_PLATFORM=xcb \
     exec dolphin --new-window "$1"
 }
+
+# No desktop here chooses an icon theme, and PCManFM-Qt's own fallback is not
+# installed: without one it draws emblems on no file icon.
+mkdir -p "$XDG_CONFIG_HOME/pcmanfm-qt/default"
+printf '[System]\nIconThemeName=breeze\nFallbackIconThemeName=breeze\n' \
+  >"$XDG_CONFIG_HOME/pcmanfm-qt/default/settings.conf"
 
 for fm in $chosen; do
   line="$(printf '%s\n' "${filemanagers[@]}" | awk -v fm="$fm" '$1 == fm')"
