@@ -88,7 +88,8 @@ run_preset() {
       scripts/install-filemanagers.sh
       cmake --preset dev >/dev/null
       local targets=(dotwise dw_e2e_fixture dw_screenshot_probe)
-      [[ " ${DW_E2E_FILEMANAGERS:-dolphin} " != *" dolphin "* ]] || targets+=(dotwise_dolphin)
+      [[ " ${DW_E2E_FILEMANAGERS:-$(scripts/install-filemanagers.sh --list)} " != *" dolphin "* ]] ||
+        targets+=(dotwise_dolphin)
       cmake --build --preset dev -j"$jobs" --target "${targets[@]}"
       ctest --preset filemanagers
       ;;

@@ -11,7 +11,8 @@
 # each file, a different badge after an edit (and how long that took from the
 # save), and none after clicking the switch off. Screenshots go to shots/ in
 # the kept folder, and to DW_E2E_SHOTS when set.
-# DW_E2E_FILEMANAGERS="caja thunar" runs some of them.
+# DW_E2E_FILEMANAGERS="caja thunar" runs some of them; the default is
+# `scripts/install-filemanagers.sh --list`.
 
 # Name, badge mode, window class (for a window its own process does not
 # own), where the files start below the window's top (past menus and
@@ -25,9 +26,9 @@ filemanagers=(
   "pcmanfm-qt emblem  pcmanfm-qt         100 pcmanfm-qt --new-window"
   "dolphin    emblem  dolphin            100 dolphin_with_plugin"
 )
-chosen="${DW_E2E_FILEMANAGERS:-nautilus nemo caja thunar pcmanfm-qt dolphin}"
-export DW_E2E_FILEMANAGERS="$chosen"
 here="$(dirname "$(readlink -f "$0")")"
+chosen="${DW_E2E_FILEMANAGERS:-$("$here/../../scripts/install-filemanagers.sh" --list)}"
+export DW_E2E_FILEMANAGERS="$chosen"
 if [ -z "${DW_E2E_ROOT:-}" ]; then
   started=$(date +%s)
   "$here/../../scripts/install-filemanagers.sh" || { echo "could not install the file managers" >&2; exit 1; }
