@@ -91,7 +91,8 @@ run_preset() {
       [[ " ${DW_E2E_FILEMANAGERS:-$(scripts/install-filemanagers.sh --list)} " != *" dolphin "* ]] ||
         targets+=(dotwise_dolphin)
       cmake --build --preset dev -j"$jobs" --target "${targets[@]}"
-      ctest --preset filemanagers
+      # Verbose: the log names what each file manager showed and how fast.
+      ctest --preset filemanagers -V
       ;;
     tsan)
       # ThreadSanitizer runs only the tests labelled "threaded", so only those
