@@ -86,6 +86,7 @@ run_preset() {
       # Installed before configuring, which builds Dolphin's plugin only when
       # it finds KIO's development files.
       scripts/install-filemanagers.sh
+      elapsed "installing the file managers" "$started"
       cmake --preset dev >/dev/null
       local targets=(dotwise dw_e2e_fixture dw_screenshot_probe)
       [[ " ${DW_E2E_FILEMANAGERS:-$(scripts/install-filemanagers.sh --list)} " != *" dolphin "* ]] ||

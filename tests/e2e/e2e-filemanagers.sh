@@ -157,8 +157,8 @@ run() {
 
   xdotool windowraise "$E2E_APP_WINDOW"
   click_switch
-  # The switch's tooltip would cover the files.
-  xdotool mousemove 0 799
+  # The switch's tooltip, and Dotwise's window, would cover the files.
+  xdotool mousemove 0 799 windowraise "$E2E_FM_WINDOW"
   wait_for 30 "no badge in $fm after switching off" no_badges "$fm-off"
   for file in "$alpha" "$beta"; do
     has_mark "$file" picture && e2e_fail "a custom icon left on $file"
