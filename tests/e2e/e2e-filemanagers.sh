@@ -175,8 +175,14 @@ run() {
   rm -f "$XDG_CONFIG_HOME"/autostart/*.desktop
 }
 
+# Dolphin with the plugin of the installed dotwise-dolphin package, if any, as
+# a person has it; else with the one built here, unpacked from its package.
 dolphin_with_plugin() {
   local deb
+  if dpkg-query -W -f='${Status}' dotwise-dolphin 2>/dev/null | grep -q "install ok installed"; then
+    e2e_log "Dolphin plugin from the installed package: $(dpkg -L dotwise-dolphin | grep '\.so$')"
+    QT_QPA_PLATFORM=xcb exec dolphin --new-window "$1"
+  fi
   (cd "$plugin_build" && cpack -G DEB >"$E2E_ROOT/cpack.log" 2>&1) ||
     e2e_fail "could not package the Dolphin plugin in $plugin_build (see $E2E_ROOT/cpack.log)"
   deb="$(ls "$plugin_build"/dotwise-dolphin_*.deb | head -n1)"
