@@ -29,8 +29,10 @@ if [ "${1:-}" = --list ]; then
     exit 0
 fi
 
+# shellcheck disable=SC2086 # a list of names
+[ $# -gt 0 ] || set -- ${DW_E2E_FILEMANAGERS:-$all}
 packages=""
-for fm in ${*:-${DW_E2E_FILEMANAGERS:-$all}}; do
+for fm in "$@"; do
     case "$fm" in
     nautilus | nemo | caja | thunar) packages="$packages $fm" ;;
     # Qt file managers draw no file icon (nor emblem on it) without an icon
