@@ -68,10 +68,13 @@ at_least_badges() {
 }
 
 # No badge on a fresh shot, with the file manager raised over Dotwise's window
-# and its switch's tooltip, which may show up late.
+# and no tooltip of Dotwise's switch (it may show up late) in front of it.
 no_badges() {
-  local shot found
+  local shot found covering
   xdotool windowraise "$E2E_FM_WINDOW"
+  covering="$(other_app_windows)"
+  E2E_SEEN="Dotwise's $covering in front of the files"
+  [ -z "$covering" ] || return 1
   shot="$(screenshot "$1")"
   found="$(badges_in "$shot")"
   E2E_SEEN="badges still at $(echo $found) in $shot"
