@@ -67,15 +67,27 @@ at_least_badges() {
   [ "$(printf '%s' "$found" | grep -c .)" -ge "$1" ]
 }
 
-# No badge on a fresh shot, with the file manager raised over Dotwise's window
-# and no tooltip of Dotwise's switch (it may show up late) in front of it.
+# Whether the file manager's window is in front of Dotwise's (xwininfo lists
+# the screen's windows top first).
+fm_in_front() {
+  local fm_id app_id
+  fm_id="$(printf '0x%x' "$E2E_FM_WINDOW")" app_id="$(printf '0x%x' "$E2E_APP_WINDOW")"
+  [ "$(xwininfo -root -children | awk -v fm="$fm_id" -v app="$app_id" \
+    '$1 == fm || $1 == app { print $1; exit }')" = "$fm_id" ]
+}
+
+# No badge on a fresh shot of the file manager in front of Dotwise's window,
+# which was raised to click its switch.
 no_badges() {
-  local shot found covering
-  xdotool windowraise "$E2E_FM_WINDOW"
-  covering="$(other_app_windows)"
-  E2E_SEEN="Dotwise's $covering in front of the files"
-  [ -z "$covering" ] || return 1
+  local shot found
+  if ! fm_in_front; then
+    xdotool windowraise "$E2E_FM_WINDOW"
+    # Nothing keeps what the window hid: the shot waits for it to be redrawn.
+    sleep 1
+  fi
   shot="$(screenshot "$1")"
+  E2E_SEEN="Dotwise's window in front of $fm in $shot"
+  fm_in_front || return 1
   found="$(badges_in "$shot")"
   E2E_SEEN="badges still at $(echo $found) in $shot"
   [ -z "$found" ]
