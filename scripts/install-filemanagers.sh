@@ -15,8 +15,9 @@ set -eu
 case "${VERSION_ID:-}" in
 12)
     kio="libkf5kio-dev qtbase5-dev"
-    # GNOME Files 43 now and then stays "Loading" for good when opened while
-    # Dotwise runs, in the test's session; run it by name to look into it.
+    # GNOME Files 43 draws the badges, but on a busy machine it now and then
+    # keeps the folder "Loading" for good when opened beside a running Dotwise;
+    # run it by name to look into that.
     all="nemo caja thunar pcmanfm-qt dolphin"
     ;;
 *)
