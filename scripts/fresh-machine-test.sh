@@ -135,12 +135,20 @@ run_release() {
   mkdir -p "$cache/apt-$release" "$cache/ccache-$release"
   bind "$cache/apt-$release" "$root/var/cache/apt/archives" --bind
   bind "$cache/ccache-$release" "$root/root/.ccache" --bind
+  # The end-to-end screenshots, kept past the system's removal when asked for.
+  local shots=""
+  if [ -n "${DW_E2E_SHOTS:-}" ]; then
+    mkdir -p "$DW_E2E_SHOTS"
+    bind "$DW_E2E_SHOTS" "$root/shots" --bind
+    shots=/shots
+  fi
   elapsed "$release system ready" "$started"
 
   echo "== fresh $release: scripts/install-deps.sh && scripts/test.sh ${steps[*]}"
   chroot "$root" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin \
     LANG=C.UTF-8 TERM=dumb CI="${CI:-}" DOTWISE_JOBS="${DOTWISE_JOBS:-2}" \
     CCACHE_DIR=/root/.ccache DOTWISE_IN_FRESH_SYSTEM=1 \
+    DW_E2E_FILEMANAGERS="${DW_E2E_FILEMANAGERS:-}" DW_E2E_SHOTS="$shots" \
     bash -c 'cd /src/dotwise && scripts/install-deps.sh && scripts/test.sh "$@"' \
     bash "${steps[@]}" || fail "$release: scripts/test.sh ${steps[*]} failed (output above)"
   cleanup

@@ -19,6 +19,12 @@
 #                 dev and package on a fresh minimal Debian 12 or 13 that has
 #                 nothing but git beforehand (scripts/fresh-machine-test.sh;
 #                 root or sudo). They stand in for dev and package on the host.
+#        filemanagers
+#                 badges by pixels in real file managers (GNOME Files, Nemo,
+#                 Caja, Thunar, PCManFM-Qt, Dolphin with its plugin); installs
+#                 them first, several hundred MB, so it is in no default list.
+#                 DW_E2E_FILEMANAGERS="thunar dolphin" picks some. On a fresh
+#                 system: scripts/fresh-machine-test.sh trixie -- filemanagers
 #
 # Each step prints how long it took, so CI's time budget stays visible.
 set -euo pipefail
@@ -75,6 +81,19 @@ run_preset() {
       cmake --build --preset dev -j"$jobs" --target dotwise dw_e2e_fixture
       # One at a time: each test starts its own X server, bus and app.
       ctest --preset e2e -j1
+      ;;
+    filemanagers)
+      # Installed before configuring, which builds Dolphin's plugin only when
+      # it finds KIO's development files.
+      scripts/install-filemanagers.sh
+      elapsed "installing the file managers" "$started"
+      cmake --preset dev >/dev/null
+      local targets=(dotwise dw_e2e_fixture dw_screenshot_probe)
+      [[ " ${DW_E2E_FILEMANAGERS:-$(scripts/install-filemanagers.sh --list)} " != *" dolphin "* ]] ||
+        targets+=(dotwise_dolphin)
+      cmake --build --preset dev -j"$jobs" --target "${targets[@]}"
+      # Verbose: the log names what each file manager showed and how fast.
+      ctest --preset filemanagers -V
       ;;
     tsan)
       # ThreadSanitizer runs only the tests labelled "threaded", so only those

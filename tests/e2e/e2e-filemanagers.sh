@@ -4,15 +4,31 @@
 #   e2e-filemanagers.sh DOTWISE E2E_FIXTURE SCREENSHOT_PROBE DOLPHIN_PLUGIN_BUILD_DIR
 #
 # Installs the file managers first (scripts/install-filemanagers.sh). Then, for
-# Caja (pictures), Thunar (emblems) and Dolphin (emblems through the overlay
-# plugin, taken from the dotwise-dolphin package built in
-# DOLPHIN_PLUGIN_BUILD_DIR): starts Dotwise with badging on and two task
-# lists, opens the folder beside Dotwise's window, and checks the screen: a red
-# badge at each file, a different badge after an edit (and how long that took
-# from the save), and none after clicking the switch off. Screenshots go to
-# shots/ in the kept folder, and to DW_E2E_SHOTS when set.
-# DW_E2E_FILEMANAGERS="caja thunar" runs some of them.
+# each file manager in the table below (Dolphin with its overlay plugin, taken
+# from the dotwise-dolphin package built in DOLPHIN_PLUGIN_BUILD_DIR): starts
+# Dotwise with badging on in the file manager's mode and two task lists, opens
+# the folder beside Dotwise's window, and checks the screen: a red badge at
+# each file, a different badge after an edit (and how long that took from the
+# save), and none after clicking the switch off. Screenshots go to shots/ in
+# the kept folder, and to DW_E2E_SHOTS when set.
+# DW_E2E_FILEMANAGERS="caja thunar" runs some of them; the default is
+# `scripts/install-filemanagers.sh --list`.
+
+# Name, badge mode, window class (for a window its own process does not
+# own), where the files start below the window's top (past menus and
+# toolbars, as Caja's red stop button is), and command line; the folder
+# follows it.
+filemanagers=(
+  "nautilus   picture org.gnome.Nautilus 60  nautilus --new-window"
+  "nemo       picture nemo               100 nemo --no-desktop"
+  "caja       picture caja               100 caja --no-desktop --browser"
+  "thunar     emblem  thunar             100 thunar"
+  "pcmanfm-qt emblem  pcmanfm-qt         100 pcmanfm-qt --new-window"
+  "dolphin    emblem  dolphin            100 dolphin_with_plugin"
+)
 here="$(dirname "$(readlink -f "$0")")"
+chosen="${DW_E2E_FILEMANAGERS:-$("$here/../../scripts/install-filemanagers.sh" --list)}"
+export DW_E2E_FILEMANAGERS="$chosen"
 if [ -z "${DW_E2E_ROOT:-}" ]; then
   started=$(date +%s)
   "$here/../../scripts/install-filemanagers.sh" || { echo "could not install the file managers" >&2; exit 1; }
@@ -51,9 +67,27 @@ at_least_badges() {
   [ "$(printf '%s' "$found" | grep -c .)" -ge "$1" ]
 }
 
+# Whether the file manager's window is in front of Dotwise's (xwininfo lists
+# the screen's windows top first).
+fm_in_front() {
+  local fm_id app_id
+  fm_id="$(printf '0x%x' "$E2E_FM_WINDOW")" app_id="$(printf '0x%x' "$E2E_APP_WINDOW")"
+  [ "$(xwininfo -root -children | awk -v fm="$fm_id" -v app="$app_id" \
+    '$1 == fm || $1 == app { print $1; exit }')" = "$fm_id" ]
+}
+
+# No badge on a fresh shot of the file manager in front of Dotwise's window,
+# which was raised to click its switch.
 no_badges() {
   local shot found
+  if ! fm_in_front; then
+    xdotool windowraise "$E2E_FM_WINDOW"
+    # Nothing keeps what the window hid: the shot waits for it to be redrawn.
+    sleep 1
+  fi
   shot="$(screenshot "$1")"
+  E2E_SEEN="Dotwise's window in front of $fm in $shot"
+  fm_in_front || return 1
   found="$(badges_in "$shot")"
   E2E_SEEN="badges still at $(echo $found) in $shot"
   [ -z "$found" ]
@@ -85,16 +119,17 @@ has_mark() { # FILE MODE: the metadata Dotwise sets in that mode
 
 fm_window() {
   E2E_FM_WINDOW="$(xdotool search --onlyvisible --pid "$fm_pid" 2>/dev/null | tail -n1)"
-  [ -n "$E2E_FM_WINDOW" ] || E2E_FM_WINDOW="$(xdotool search --onlyvisible --class "$fm" 2>/dev/null | tail -n1)"
+  [ -n "$E2E_FM_WINDOW" ] || E2E_FM_WINDOW="$(xdotool search --onlyvisible --class "$fm_class" 2>/dev/null | tail -n1)"
   kill -0 "$fm_pid" 2>/dev/null || { E2E_SEEN="$fm exited: $(tail -n 5 "$E2E_ROOT/$fm.log")"; return 2; }
   E2E_SEEN="no window of $fm yet"
   [ -n "$E2E_FM_WINDOW" ]
 }
 
-# run FILE_MANAGER MODE COMMAND...: one file manager, start to switch-off.
+# run FILE_MANAGER MODE CLASS TOP COMMAND...: one file manager, start to
+# switch-off.
 run() {
-  fm="$1" mode="$2"
-  shift 2
+  fm="$1" mode="$2" fm_class="$3" fm_top="$4"
+  shift 4
   local folder="$E2E_FILES/$fm" alpha beta app_width count edited took
   mkdir -p "$folder"
   alpha="$folder/alpha.txt" beta="$folder/beta.txt"
@@ -117,7 +152,7 @@ run() {
     wait_for 120 "the emblems of the common counts drawn" \
       test -f "$XDG_DATA_HOME/icons/hicolor/256x256@2/emblems/emblem-dotwise-99.png"
 
-  "$@" >"$E2E_ROOT/$fm.log" 2>&1 &
+  "$@" "$folder" >"$E2E_ROOT/$fm.log" 2>&1 &
   fm_pid=$!
   wait_for 60 "a window of $fm" fm_window
   # Beside Dotwise's window, whose switch must stay clickable.
@@ -125,8 +160,7 @@ run() {
   xdotool windowmove "$E2E_FM_WINDOW" "$((app_width + 10))" 0 windowsize "$E2E_FM_WINDOW" \
     "$((1270 - app_width))" 600
   sleep 1
-  # The files, below the menus and toolbars (Caja's stop button is red).
-  fm_area="$((app_width + 10)) 100 $((1270 - app_width)) 500"
+  fm_area="$((app_width + 10)) $fm_top $((1270 - app_width)) $((600 - fm_top))"
   wait_for 30 "a red badge at each of the two files in $fm" at_least_badges 2 "$fm-on"
   before_shot="$E2E_SHOT"
   before_badges="$(badges_in "$before_shot")"
@@ -156,8 +190,14 @@ run() {
   rm -f "$XDG_CONFIG_HOME"/autostart/*.desktop
 }
 
+# Dolphin with the plugin of the installed dotwise-dolphin package, if any, as
+# a person has it; else with the one built here, unpacked from its package.
 dolphin_with_plugin() {
   local deb
+  if dpkg-query -W -f='${Status}' dotwise-dolphin 2>/dev/null | grep -q "install ok installed"; then
+    e2e_log "Dolphin plugin from the installed package: $(dpkg -L dotwise-dolphin | grep '\.so$')"
+    QT_QPA_PLATFORM=xcb exec dolphin --new-window "$1"
+  fi
   (cd "$plugin_build" && cpack -G DEB >"$E2E_ROOT/cpack.log" 2>&1) ||
     e2e_fail "could not package the Dolphin plugin in $plugin_build (see $E2E_ROOT/cpack.log)"
   deb="$(ls "$plugin_build"/dotwise-dolphin_*.deb | head -n1)"
@@ -169,12 +209,17 @@ dolphin_with_plugin() {
     exec dolphin --new-window "$1"
 }
 
-for fm in ${DW_E2E_FILEMANAGERS:-caja thunar dolphin}; do
-  case "$fm" in
-  caja) run caja picture caja --no-desktop --browser "$E2E_FILES/caja" ;;
-  thunar) run thunar emblem thunar "$E2E_FILES/thunar" ;;
-  dolphin) run dolphin emblem dolphin_with_plugin "$E2E_FILES/dolphin" ;;
-  esac
+# No desktop here chooses an icon theme, and PCManFM-Qt's own fallback is not
+# installed: without one it draws emblems on no file icon.
+mkdir -p "$XDG_CONFIG_HOME/pcmanfm-qt/default"
+printf '[System]\nIconThemeName=breeze\nFallbackIconThemeName=breeze\n' \
+  >"$XDG_CONFIG_HOME/pcmanfm-qt/default/settings.conf"
+
+for fm in $chosen; do
+  line="$(printf '%s\n' "${filemanagers[@]}" | awk -v fm="$fm" '$1 == fm')"
+  [ -n "$line" ] || e2e_fail "unknown file manager '$fm' in DW_E2E_FILEMANAGERS"
+  # shellcheck disable=SC2086 # the table's words
+  run $line
 done
 cat "$E2E_ROOT/latencies"
 e2e_log "passed"
