@@ -190,13 +190,12 @@ run() {
   rm -f "$XDG_CONFIG_HOME"/autostart/*.desktop
 }
 
-# Dolphin with the plugin of the installed dotwise-dolphin package, if any, as
-# a person has it; else with the one built here, unpacked from its package.
+# Dolphin with the plugin built here, unpacked from its package. An installed
+# dotwise-dolphin would be loaded as well, and could be older than this build.
 dolphin_with_plugin() {
   local deb
   if dpkg-query -W -f='${Status}' dotwise-dolphin 2>/dev/null | grep -q "install ok installed"; then
-    e2e_log "Dolphin plugin from the installed package: $(dpkg -L dotwise-dolphin | grep '\.so$')"
-    QT_QPA_PLATFORM=xcb exec dolphin --new-window "$1"
+    e2e_fail "dotwise-dolphin is installed: remove it, or Dolphin would load it beside the plugin built here"
   fi
   (cd "$plugin_build" && cpack -G DEB >"$E2E_ROOT/cpack.log" 2>&1) ||
     e2e_fail "could not package the Dolphin plugin in $plugin_build (see $E2E_ROOT/cpack.log)"
