@@ -68,7 +68,7 @@ run_preset() {
       cmake --build --preset fuzz -j"$jobs"
       local target
       for target in build/fuzz/fuzz/fuzz_*; do
-        [ -x "$target" ] || continue
+        [ -f "$target" ] && [ -x "$target" ] || continue
         "$target" -runs=0 -close_fd_mask=2 "fuzz/corpus/${target##*/fuzz_}" 2>&1 | tail -n 1
       done
       ;;
