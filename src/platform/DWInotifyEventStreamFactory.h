@@ -20,13 +20,13 @@ class QSocketNotifier;
 // to a stream: a new stream reuses the watches of the directories it shares
 // with the old ones, and only directories that are new get a watch added.
 // Watches nobody wants any more are removed when control returns to the
-// event loop. A started stream has its watches in place when start()
-// returns, with one exception: when a burst of streams is started within
-// one turn of the event loop (a watcher rebuilding its stream once per file
-// while thousands of files are registered at start-up), the later ones of
-// the burst get their new watches when control returns to the event loop,
-// all in one pass. So registering N files costs about one kernel call per
-// directory, not one per directory and file.
+// event loop. A started stream, or a directory added to a running one, has
+// its watch in place when the call returns, with one exception: within a
+// burst in one turn of the event loop (a watcher adding a directory per file
+// while thousands of files are registered at start-up), once a budget of
+// lookups is spent the rest get their watches when control returns to the
+// event loop, all in one pass. So registering N files costs about one kernel
+// call per directory, not one per directory and file.
 //
 // What is reported: writes, truncation, creation, deletion and renames in a
 // watched directory (every way an editor saves), and the deletion, move or
