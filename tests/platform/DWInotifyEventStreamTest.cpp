@@ -3,43 +3,37 @@
 // second, "sentinel" directory afterwards and waits for that: the kernel
 // queues events in order, so anything earlier would have come by then.
 #include "foundation/LWTimestamp.h"
+#include "monitoring/DWFileWatcher.h"
 #include "platform/DWInotifyEventStreamFactory.h"
 #include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <algorithm>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
 using namespace Qt::StringLiterals;
 
-void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"' << text.toStdString() << '"';
-}
-
 namespace {
 struct Recorder {
     QList<QList<DWDirectoryEvent>> batches;
+    QSet<QString> seen;
     DWDirectoryEventStream::Callback callback() {
-        return [this](const QList<DWDirectoryEvent>& events) { batches.append(events); };
+        return [this](const QList<DWDirectoryEvent>& events) {
+            batches.append(events);
+            for (const DWDirectoryEvent& event : events)
+                seen.insert(event.path);
+        };
     }
-    bool saw(const QString& path) const {
-        return std::any_of(batches.begin(), batches.end(), [&](const auto& batch) {
-            return std::any_of(batch.begin(), batch.end(), [&](auto& e) { return e.path == path; });
-        });
-    }
-    bool waitFor(const QString& path) { return waitFor(QStringList{path}); }
-    // Waits until every one of `paths` was reported.
-    bool waitFor(const QStringList& paths) {
-        return dwtest::waitUntil(
-            [&] {
-                return std::all_of(paths.begin(), paths.end(), [&](auto& p) { return saw(p); });
-            },
-            5000);
+    bool saw(const QString& path) const { return seen.contains(path); }
+    bool waitFor(const QStringList& paths) const {
+        const QSet<QString> wanted(paths.begin(), paths.end());
+        return dwtest::waitUntil([&] { return seen.contains(wanted); }, 5000);
     }
 };
 
@@ -80,36 +74,18 @@ TEST_F(InotifyStreamTest, AttributeChangesAreNotReportedSubdirectoriesComeWithTh
     ASSERT_EQ(::chmod(QFile::encodeName(list).constData(), 0600), 0);
     ::setxattr(QFile::encodeName(list).constData(), "user.dotwise.test", "1", 1, 0);
     dwtest::writeFile(sentinel + u"/x"_s, "x");
-    ASSERT_TRUE(recorder.waitFor(sentinel));
+    ASSERT_TRUE(recorder.waitFor({sentinel}));
     EXPECT_FALSE(recorder.saw(dir));
 
     // A write one level down comes with that level's path, also in a
     // subdirectory made after the start; making it is a change of the parent.
     dwtest::writeFile(deep, "- changed\n");
-    EXPECT_TRUE(recorder.waitFor(dir + u"/sub"_s));
+    EXPECT_TRUE(recorder.waitFor({dir + u"/sub"_s}));
     EXPECT_FALSE(recorder.saw(dir));
     ASSERT_TRUE(QDir().mkpath(dir + u"/newsub/deeper"_s));
-    EXPECT_TRUE(recorder.waitFor(dir));
+    EXPECT_TRUE(recorder.waitFor({dir}));
     dwtest::writeFile(dir + u"/newsub/deeper/x"_s, "x");
-    EXPECT_TRUE(recorder.waitFor(dir + u"/newsub/deeper"_s));
-}
-
-TEST_F(InotifyStreamTest, ADirectoryThatGoesAndComesBackIsWatchedAgain) {
-    const QString dir = makeDir(u"lists"_s);
-    Recorder recorder;
-    auto stream = start({dir}, recorder, 0.3);
-    // Moved away and back within one window, as some tools replace a folder.
-    ASSERT_TRUE(QDir().rename(dir, dir + u".old"_s));
-    ASSERT_TRUE(QDir().rename(dir + u".old"_s, dir));
-    ASSERT_TRUE(recorder.waitFor(dir));
-    ASSERT_TRUE(QDir(dir).removeRecursively());
-    dwtest::processEventsFor(400);
-    makeDir(u"lists"_s);
-    ASSERT_TRUE(dwtest::waitUntil([&] { return factory->isWatching(dir); }, 5000));
-    recorder.batches.clear();
-    dwtest::writeFile(dir + u"/x"_s, "x");
-    EXPECT_TRUE(recorder.waitFor(dir));
-    EXPECT_EQ(warningCount(), 0);
+    EXPECT_TRUE(recorder.waitFor({dir + u"/newsub/deeper"_s}));
 }
 
 TEST_F(InotifyStreamTest, ChangingTheDirectoriesKeepsWhatIsPending) {
@@ -127,23 +103,29 @@ TEST_F(InotifyStreamTest, ChangingTheDirectoriesKeepsWhatIsPending) {
     EXPECT_EQ(factory->instancesOpened(), 1);
 }
 
-TEST_F(InotifyStreamTest, AWatchedDirectoryThatGoesIsReportedWithItsOwnPath) {
+TEST_F(InotifyStreamTest, AWatchedDirectoryThatGoesIsReportedAndWatchedAgainOnceBack) {
     const QString doomed = makeDir(u"doomed"_s), moved = makeDir(u"moved"_s);
+    const QString flipped = makeDir(u"flipped"_s);
     Recorder recorder;
-    auto stream = start({doomed, moved}, recorder);
+    auto stream = start({doomed, moved, flipped}, recorder, 0.3);
     ASSERT_TRUE(QDir(doomed).removeRecursively());
     ASSERT_TRUE(QDir().rename(moved, root.path() + u"/moved-away"_s));
-    EXPECT_TRUE(recorder.waitFor({doomed, moved}));
+    // Moved away and back within one window, as some tools replace a folder.
+    ASSERT_TRUE(QDir().rename(flipped, flipped + u".old"_s));
+    ASSERT_TRUE(QDir().rename(flipped + u".old"_s, flipped));
+    EXPECT_TRUE(recorder.waitFor({doomed, moved, flipped}));
 
-    // Back again: a new stream over the same names watches them again (not
-    // the old directory under its new name).
+    // Looked for until back: then the new directories are watched, without a
+    // warning for the meantime, as their going was reported.
+    makeDir(u"doomed"_s);
     makeDir(u"moved"_s);
-    stream.reset();
-    Recorder again;
-    stream = start({doomed, moved}, again);
-    dwtest::writeFile(moved + u"/x"_s, "x");
-    EXPECT_TRUE(again.waitFor(moved));
-    EXPECT_EQ(warningCount(), 0) << "the missing one was reported as gone";
+    ASSERT_TRUE(dwtest::waitUntil(
+        [&] { return factory->isWatching(doomed) && factory->isWatching(moved); }, 5000));
+    recorder = {};
+    for (const QString& dir : {doomed, moved, flipped})
+        dwtest::writeFile(dir + u"/x"_s, "x");
+    EXPECT_TRUE(recorder.waitFor({doomed, moved, flipped}));
+    EXPECT_EQ(warningCount(), 0);
 }
 
 TEST_F(InotifyStreamTest, AWindowIsOneBatchOneEventPerDirectoryAndIdsOnlyGrow) {
@@ -184,7 +166,7 @@ TEST_F(InotifyStreamTest, AQueueOverflowReportsEveryDirectory) {
                 b.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
     for (int i = 0; i < queueLength / 2 + 100; ++i)
         ASSERT_TRUE(a.write("x", 1) == 1 && b.write("x", 1) == 1);
-    EXPECT_TRUE(recorder.waitFor(quiet));
+    EXPECT_TRUE(recorder.waitFor({quiet}));
 }
 
 TEST_F(InotifyStreamTest, ADirectoryThatCannotBeWatchedWarnsOnceAndTheOthersWork) {
@@ -200,7 +182,7 @@ TEST_F(InotifyStreamTest, ADirectoryThatCannotBeWatchedWarnsOnceAndTheOthersWork
         lines.contains(u"Could not watch directory %1: No such file or directory"_s.arg(missing)));
     EXPECT_TRUE(lines.contains(u"Could not watch directory %1: Not a directory"_s.arg(plainFile)));
     dwtest::writeFile(good + u"/x"_s, "x");
-    EXPECT_TRUE(recorder.waitFor(good));
+    EXPECT_TRUE(recorder.waitFor({good}));
 
     // Rebuilds try again without saying it again; once there, it's watched.
     stream.reset();
@@ -232,7 +214,7 @@ TEST_F(InotifyStreamTest, RebuildsKeepTheInstanceAndTouchOnlyChangedDirectories)
     stream = start(set, rebuilt);
     EXPECT_EQ(factory->watchAdditions(), 3u);
     dwtest::writeFile(dirs.at(2) + u"/x"_s, "x");
-    ASSERT_TRUE(rebuilt.waitFor(dirs.at(2)));
+    ASSERT_TRUE(rebuilt.waitFor({dirs.at(2)}));
     EXPECT_FALSE(rebuilt.saw(dirs.at(0)));
     EXPECT_TRUE(recorder.batches.isEmpty()) << "a stopped stream reports nothing";
 
@@ -254,7 +236,7 @@ TEST_F(InotifyStreamTest, RebuildsKeepTheInstanceAndTouchOnlyChangedDirectories)
     EXPECT_EQ(factory->watchAdditions(), quint64(count));
     EXPECT_EQ(factory->instancesOpened(), 1);
     dwtest::writeFile(dirs.last() + u"/x"_s, "x");
-    EXPECT_TRUE(rebuilt.waitFor(dirs.last()));
+    EXPECT_TRUE(rebuilt.waitFor({dirs.last()}));
     stream.reset();
     QCoreApplication::processEvents();
     EXPECT_EQ(factory->watchCount(), 0);
@@ -272,4 +254,67 @@ TEST_F(InotifyStreamTest, TwoNamesOfOneDirectoryShareOneWatch) {
     stream = start({real}, recorder);
     QCoreApplication::processEvents();
     EXPECT_EQ(factory->watchRemovals(), 0u) << "dropping one name keeps the other's watch";
+}
+
+// Under its client, the watcher: every way an editor saves is reported, also
+// through a link, and a file unregistered from inside its deletion report
+// leaves the running stream watching the rest.
+TEST_F(InotifyStreamTest, TheWatcherHearsEverySaveAndUnregistersFromItsCallback) {
+    const QString list = root.path() + u"/lists/list.txt"_s;
+    const QString link = root.path() + u"/lists/link.txt"_s;
+    const QString target = root.path() + u"/elsewhere/real.txt"_s;
+    const QString lone = root.path() + u"/lone/lone.txt"_s;
+    for (const QString& path : {list, target, lone})
+        dwtest::writeFile(path, "- task\n");
+    ASSERT_TRUE(QFile::link(target, link));
+    QStringList modified, deleted;
+    DWFileWatcher watcher{factory, 0.05};
+    watcher.setDelegate({[&](const QString& path) { modified << path; },
+                         [&](const QString& path) {
+                             deleted << path;
+                             watcher.stopWatchingFile(path);
+                         }});
+    for (const QString& path : {list, link, lone})
+        watcher.startWatchingFile(path);
+    const auto arrives = [](const QStringList& reports, const QString& path) {
+        return dwtest::waitUntil([&] { return reports.contains(path); }, 5000);
+    };
+
+    const struct {
+        const char* how;
+        QString path;
+        std::function<void()> save;
+    } saves[] = {
+        {"truncated", list, [&] { QFile::resize(list, 0); }},
+        {"replaced", list,
+         [&] {
+             dwtest::writeFile(list + u'~', "- n\n");
+             QFile::remove(list);
+             QFile::rename(list + u'~', list);
+         }},
+        {"renamed away, written anew", list,
+         [&] {
+             QFile::rename(list, list + u".bak"_s);
+             dwtest::writeFile(list, "- m\n");
+         }},
+        {"its link's target written", link, [&] { dwtest::writeFile(target, "- changed\n"); }},
+    };
+    for (const auto& save : saves) {
+        modified.clear();
+        // A minute back, so that the save moves the date however coarse the
+        // file system's clock.
+        ASSERT_TRUE(lw::setContentModificationDate(save.path,
+                                                   {QDateTime::currentSecsSinceEpoch() - 60, 0}));
+        save.save();
+        EXPECT_TRUE(arrives(modified, save.path)) << save.how;
+    }
+
+    modified.clear();
+    ASSERT_TRUE(QFile::remove(lone));
+    ASSERT_TRUE(arrives(deleted, lone));
+    dwtest::writeFile(list, "- again\n");
+    EXPECT_TRUE(arrives(modified, list));
+    EXPECT_EQ(deleted, QStringList{lone});
+    watcher.stopWatchingFile(link);
+    EXPECT_EQ(watcher.watchedDirectories(), QSet<QString>{root.path() + u"/lists"_s});
 }
