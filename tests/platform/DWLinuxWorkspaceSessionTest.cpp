@@ -75,10 +75,6 @@ bool onWorker(const std::function<bool()>& work) {
     return done;
 }
 
-#define SKIP_WITHOUT_GIO()                                                                         \
-    if (QStandardPaths::findExecutable(u"gio"_s).isEmpty())                                        \
-    GTEST_SKIP() << "the gio tool (libglib2.0-bin) is not installed"
-
 const QString metadataService = u"org.gtk.vfs.Metadata"_s;
 } // namespace
 
@@ -86,7 +82,8 @@ const QString metadataService = u"org.gtk.vfs.Metadata"_s;
 // process's first write, and a fault after a daemon restart showed only when
 // a worker made it.
 TEST(BadgesWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOrContents) {
-    SKIP_WITHOUT_GIO();
+    if (QStandardPaths::findExecutable(u"gio"_s).isEmpty())
+        GTEST_SKIP() << "the gio tool (libglib2.0-bin) is not installed";
     DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
     const QString pictures = qEnvironmentVariable("XDG_STATE_HOME") + u"/dotwise/badges"_s;
     const QString file = dwtest::homePath() + u"/session/Task List #1.txt"_s;
@@ -192,29 +189,25 @@ TEST(BadgesWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOrConte
 }
 
 namespace {
-// Stands in for the file manager's D-Bus service.
-class FakeFileManager : public QObject {
+// Stands in for the file manager's D-Bus service, and for the desktop that
+// QDesktopServices hands URLs to.
+class FakeDesktop : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
 public:
-    QStringList shownItems;
+    QStringList seen;
 public slots:
-    void ShowItems(const QStringList& uris, const QString&) { shownItems += uris; }
-};
-
-// Receives what QDesktopServices would hand to the desktop.
-class OpenedUrls : public QObject {
-    Q_OBJECT
-public:
-    QList<QUrl> urls;
-public slots:
-    void open(const QUrl& url) { urls.append(url); }
+    Q_SCRIPTABLE void ShowItems(const QStringList& uris, const QString&) {
+        for (const QString& uri : uris)
+            seen << u"show "_s + uri;
+    }
+    void open(const QUrl& url) { seen << u"open "_s + url.toString(QUrl::FullyEncoded); }
 };
 } // namespace
 
 TEST(OpeningWithSessionBus, FilesGoToTheDesktopAndRevealingAsksTheFileManagerOrOpensTheFolder) {
-    OpenedUrls opened;
-    QDesktopServices::setUrlHandler(u"file"_s, &opened, "open");
+    FakeDesktop desktop;
+    QDesktopServices::setUrlHandler(u"file"_s, &desktop, "open");
     DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
     const QString folder = dwtest::homePath() + u"/reveal"_s;
     const QString file = folder + u"/100% done.txt"_s;
@@ -224,24 +217,20 @@ TEST(OpeningWithSessionBus, FilesGoToTheDesktopAndRevealingAsksTheFileManagerOrO
     EXPECT_FALSE(workspace.openUrl(QUrl(u"http://[broken"_s)));
     EXPECT_FALSE(workspace.openUrl(QUrl(u"relative/path"_s)));
     EXPECT_FALSE(workspace.selectFile(folder + u"/missing.txt"_s, QString()));
-    EXPECT_EQ(opened.urls, QList<QUrl>{QUrl::fromLocalFile(file)});
-    opened.urls.clear();
 
-    FakeFileManager fileManager;
     QDBusConnection bus = QDBusConnection::sessionBus();
     const QString name = u"org.freedesktop.FileManager1"_s;
-    ASSERT_TRUE(bus.registerObject(u"/org/freedesktop/FileManager1"_s, &fileManager,
-                                   QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(bus.registerObject(u"/org/freedesktop/FileManager1"_s, &desktop,
+                                   QDBusConnection::ExportScriptableSlots));
     ASSERT_TRUE(bus.registerService(name));
     EXPECT_TRUE(workspace.selectFile(file, QString()));
-    EXPECT_TRUE(dwtest::waitUntil([&] { return !fileManager.shownItems.isEmpty(); }, 10000));
-    EXPECT_EQ(fileManager.shownItems,
-              QStringList{QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)});
-
+    EXPECT_TRUE(dwtest::waitUntil([&] { return desktop.seen.size() == 2; }, 10000));
     bus.unregisterService(name);
     EXPECT_TRUE(workspace.selectFile(file, QString()));
-    EXPECT_TRUE(dwtest::waitUntil([&] { return !opened.urls.isEmpty(); }, 10000));
-    EXPECT_EQ(opened.urls, QList<QUrl>{QUrl::fromLocalFile(folder)});
+    EXPECT_TRUE(dwtest::waitUntil([&] { return desktop.seen.size() == 3; }, 10000));
+    const QString fileUrl = QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
+    EXPECT_EQ(desktop.seen, (QStringList{u"open "_s + fileUrl, u"show "_s + fileUrl,
+                                         u"open "_s + QUrl::fromLocalFile(folder).toString()}));
     QDesktopServices::unsetUrlHandler(u"file"_s);
 }
 
