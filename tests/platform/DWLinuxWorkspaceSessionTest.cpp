@@ -74,46 +74,16 @@ bool onWorker(const std::function<bool()>& work) {
     worker->wait();
     return done;
 }
-bool setIconOnWorker(DWLinuxWorkspace& workspace, const LWIconImage& icon, const QString& path) {
-    return onWorker([&] { return workspace.setIcon(icon, path); });
-}
-
-#define SKIP_WITHOUT_GIO()                                                                         \
-    if (QStandardPaths::findExecutable(u"gio"_s).isEmpty())                                        \
-    GTEST_SKIP() << "the gio tool (libglib2.0-bin) is not installed"
 
 const QString metadataService = u"org.gtk.vfs.Metadata"_s;
 } // namespace
 
 // First in this file on purpose: GIO makes its one metadata client at the
-// process's first write, and the fault showed only when a worker made it.
-TEST(CustomIconsWithMetadataService, StillSetAfterTheDaemonRestarts) {
-    SKIP_WITHOUT_GIO();
-    DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
-    const QString file = dwtest::homePath() + u"/restart/tasks.txt"_s;
-    dwtest::writeFile(file, "- [ ] one\n");
-    const LWIconImage icon = workspace.iconForFile(file);
-    ASSERT_TRUE(setIconOnWorker(workspace, icon, file));
-    const QString first = customIconOf(file);
-    ASSERT_FALSE(first.isEmpty());
-
-    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
-    const QDBusReply<uint> daemon = bus->servicePid(metadataService);
-    ASSERT_TRUE(daemon.isValid()) << qPrintable(daemon.error().message());
-    ASSERT_EQ(::kill(pid_t(daemon.value()), SIGTERM), 0);
-    ASSERT_TRUE(
-        dwtest::waitUntil([&] { return !bus->isServiceRegistered(metadataService); }, 10000))
-        << "the metadata daemon (pid " << daemon.value() << ") did not stop";
-
-    // The news of the daemon's end reaches the client a moment after the bus
-    // knows it; before the fix no write ever succeeded again.
-    EXPECT_TRUE(dwtest::waitUntil([&] { return setIconOnWorker(workspace, icon, file); }, 10000));
-    EXPECT_NE(customIconOf(file).toStdString(), first.toStdString());
-    EXPECT_TRUE(setIconOnWorker(workspace, LWIconImage(), file));
-}
-
-TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOrContents) {
-    SKIP_WITHOUT_GIO();
+// process's first write, and a fault after a daemon restart showed only when
+// a worker made it.
+TEST(BadgesWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOrContents) {
+    if (QStandardPaths::findExecutable(u"gio"_s).isEmpty())
+        GTEST_SKIP() << "the gio tool (libglib2.0-bin) is not installed";
     DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
     const QString pictures = qEnvironmentVariable("XDG_STATE_HOME") + u"/dotwise/badges"_s;
     const QString file = dwtest::homePath() + u"/session/Task List #1.txt"_s;
@@ -137,7 +107,10 @@ TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOr
     };
 
     const LWIconImage icon = workspace.iconForFile(file);
-    ASSERT_TRUE(workspace.setIcon(icon, file));
+    const auto setOnWorker = [&](const LWIconImage& image) {
+        return onWorker([&] { return workspace.setIcon(image, file); });
+    };
+    ASSERT_TRUE(setOnWorker(icon));
     const QString first = QUrl(customIconOf(file)).toLocalFile();
     EXPECT_TRUE(first.startsWith(pictures + u"/"_s)) << first.toStdString();
     EXPECT_EQ(QImage(first).size(), icon.largestImage().size());
@@ -148,15 +121,25 @@ TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOr
     EXPECT_TRUE(afterSet[0] == before[0] && afterSet[1] == before[1] && afterSet[2] != before[2]);
     EXPECT_EQ(events(), QSet<quint32>{IN_ATTRIB});
 
+    // The metadata daemon stops (an upgrade, a crash); the news reaches the
+    // client a moment after the bus knows it.
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    const QDBusReply<uint> daemon = bus->servicePid(metadataService);
+    ASSERT_TRUE(daemon.isValid()) << qPrintable(daemon.error().message());
+    ASSERT_EQ(::kill(pid_t(daemon.value()), SIGTERM), 0);
+    ASSERT_TRUE(
+        dwtest::waitUntil([&] { return !bus->isServiceRegistered(metadataService); }, 10000))
+        << "the metadata daemon (pid " << daemon.value() << ") did not stop";
+
     // A new picture gets a new name (file managers cache by URI); the old one goes.
-    ASSERT_TRUE(workspace.setIcon(icon, file));
+    EXPECT_TRUE(dwtest::waitUntil([&] { return setOnWorker(icon); }, 10000));
     const QString second = QUrl(customIconOf(file)).toLocalFile();
     EXPECT_NE(second.toStdString(), first.toStdString());
     EXPECT_FALSE(QFileInfo::exists(first));
     EXPECT_TRUE(QFileInfo::exists(second));
     EXPECT_EQ(workspace.filesWithPictures(), QStringList{file});
 
-    ASSERT_TRUE(workspace.setIcon(LWIconImage(), file));
+    ASSERT_TRUE(setOnWorker(LWIconImage()));
     EXPECT_TRUE(customIconOf(file).isEmpty());
     EXPECT_TRUE(QDir(pictures).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty());
     const auto afterRemove = timesOf(file);
@@ -178,22 +161,11 @@ TEST(CustomIconsWithMetadataService, SetReplacedAndRemovedWithoutTouchingDatesOr
         EXPECT_EQ(QFileInfo::exists(picture), picture == own) << picture.toStdString();
     }
 
-    // A file that vanished while badged leaves no picture behind.
-    ASSERT_TRUE(workspace.setIcon(icon, file));
-    ASSERT_TRUE(QFile::remove(file));
-    EXPECT_FALSE(workspace.setIcon(LWIconImage(), file));
-    EXPECT_TRUE(QDir(pictures).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty());
-}
-
-TEST(EmblemsWithMetadataService, OurEmblemIsReplacedAndRemovedBesideTheUsersOwn) {
-    SKIP_WITHOUT_GIO();
-    DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
-    const QString file = dwtest::homePath() + u"/session/emblems.txt"_s;
-    dwtest::writeFile(file, "- [ ] one\n");
+    // Badges as emblems: ours is replaced and removed beside the user's own.
     ASSERT_EQ(QProcess::execute(u"gio"_s, {u"set"_s, u"-t"_s, u"stringv"_s, file,
                                            u"metadata::emblems"_s, u"emblem-favorite"_s}),
               0);
-    const auto before = timesOf(file);
+    const auto beforeEmblems = timesOf(file);
     const QString prefix = u"emblem-dotwise-"_s;
     const std::pair<QString, QString> steps[] = {
         {u"emblem-dotwise-3"_s, u"[emblem-favorite, emblem-dotwise-3]"_s},
@@ -204,36 +176,38 @@ TEST(EmblemsWithMetadataService, OurEmblemIsReplacedAndRemovedBesideTheUsersOwn)
         EXPECT_TRUE(onWorker([&] { return workspace.replaceEmblem(file, prefix, name); }));
         EXPECT_EQ(gioAttribute(file, u"metadata::emblems"_s), expected);
     }
-    const auto after = timesOf(file);
-    EXPECT_EQ(after[1], before[1]);
-    EXPECT_NE(after[2], before[2]);
-    EXPECT_FALSE(workspace.replaceEmblem(file + u".gone"_s, prefix, QString()));
+    const auto afterEmblems = timesOf(file);
+    EXPECT_TRUE(afterEmblems[0] == beforeEmblems[0] && afterEmblems[1] == before[1] &&
+                afterEmblems[2] != beforeEmblems[2]);
+
+    // A file that vanished while badged leaves no picture behind.
+    ASSERT_TRUE(workspace.setIcon(icon, file));
+    ASSERT_TRUE(QFile::remove(file));
+    EXPECT_FALSE(workspace.setIcon(LWIconImage(), file));
+    EXPECT_FALSE(workspace.replaceEmblem(file, prefix, QString()));
+    EXPECT_TRUE(QDir(pictures).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty());
 }
 
 namespace {
-// Stands in for the file manager's D-Bus service.
-class FakeFileManager : public QObject {
+// Stands in for the file manager's D-Bus service, and for the desktop that
+// QDesktopServices hands URLs to.
+class FakeDesktop : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
 public:
-    QStringList shownItems;
+    QStringList seen;
 public slots:
-    void ShowItems(const QStringList& uris, const QString&) { shownItems += uris; }
-};
-
-// Receives what QDesktopServices would hand to the desktop.
-class OpenedUrls : public QObject {
-    Q_OBJECT
-public:
-    QList<QUrl> urls;
-public slots:
-    void open(const QUrl& url) { urls.append(url); }
+    Q_SCRIPTABLE void ShowItems(const QStringList& uris, const QString&) {
+        for (const QString& uri : uris)
+            seen << u"show "_s + uri;
+    }
+    void open(const QUrl& url) { seen << u"open "_s + url.toString(QUrl::FullyEncoded); }
 };
 } // namespace
 
 TEST(OpeningWithSessionBus, FilesGoToTheDesktopAndRevealingAsksTheFileManagerOrOpensTheFolder) {
-    OpenedUrls opened;
-    QDesktopServices::setUrlHandler(u"file"_s, &opened, "open");
+    FakeDesktop desktop;
+    QDesktopServices::setUrlHandler(u"file"_s, &desktop, "open");
     DWLinuxWorkspace workspace({u"hicolor"_s, {}, QString()});
     const QString folder = dwtest::homePath() + u"/reveal"_s;
     const QString file = folder + u"/100% done.txt"_s;
@@ -243,24 +217,20 @@ TEST(OpeningWithSessionBus, FilesGoToTheDesktopAndRevealingAsksTheFileManagerOrO
     EXPECT_FALSE(workspace.openUrl(QUrl(u"http://[broken"_s)));
     EXPECT_FALSE(workspace.openUrl(QUrl(u"relative/path"_s)));
     EXPECT_FALSE(workspace.selectFile(folder + u"/missing.txt"_s, QString()));
-    EXPECT_EQ(opened.urls, QList<QUrl>{QUrl::fromLocalFile(file)});
-    opened.urls.clear();
 
-    FakeFileManager fileManager;
     QDBusConnection bus = QDBusConnection::sessionBus();
     const QString name = u"org.freedesktop.FileManager1"_s;
-    ASSERT_TRUE(bus.registerObject(u"/org/freedesktop/FileManager1"_s, &fileManager,
-                                   QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(bus.registerObject(u"/org/freedesktop/FileManager1"_s, &desktop,
+                                   QDBusConnection::ExportScriptableSlots));
     ASSERT_TRUE(bus.registerService(name));
     EXPECT_TRUE(workspace.selectFile(file, QString()));
-    EXPECT_TRUE(dwtest::waitUntil([&] { return !fileManager.shownItems.isEmpty(); }, 10000));
-    EXPECT_EQ(fileManager.shownItems,
-              QStringList{QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)});
-
+    EXPECT_TRUE(dwtest::waitUntil([&] { return desktop.seen.size() == 2; }, 10000));
     bus.unregisterService(name);
     EXPECT_TRUE(workspace.selectFile(file, QString()));
-    EXPECT_TRUE(dwtest::waitUntil([&] { return !opened.urls.isEmpty(); }, 10000));
-    EXPECT_EQ(opened.urls, QList<QUrl>{QUrl::fromLocalFile(folder)});
+    EXPECT_TRUE(dwtest::waitUntil([&] { return desktop.seen.size() == 3; }, 10000));
+    const QString fileUrl = QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
+    EXPECT_EQ(desktop.seen, (QStringList{u"open "_s + fileUrl, u"show "_s + fileUrl,
+                                         u"open "_s + QUrl::fromLocalFile(folder).toString()}));
     QDesktopServices::unsetUrlHandler(u"file"_s);
 }
 
