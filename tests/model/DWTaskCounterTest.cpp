@@ -47,7 +47,7 @@ QByteArray encoded(const QString& text, QStringConverter::Encoding encoding) {
 }
 } // namespace
 
-TEST(Counting, ExamplesOfEachStyleAndEveryLineBreak) {
+TEST(Counting, ExamplesOfEachStyleLineBreakAndFallBackToLatin1) {
     const auto taskPaper = DWTaskRuleSet::taskPaperRuleSet();
     const auto todo = DWTaskRuleSet::todotxtRuleSet();
     const auto box = DWTaskRuleSet::squareBracketStyleRuleSet();
@@ -62,7 +62,15 @@ TEST(Counting, ExamplesOfEachStyleAndEveryLineBreak) {
         {lines.get(), "a\r\nb\n", 4},
         {lines.get(), "a\vb\fc\rd\ne\xC2\x85 f\xE2\x80\xA8g\xE2\x80\xA9h", 8},
         // In Latin-1 (not UTF-8 because of the lone 0x85) the byte 0x85 is U+0085.
-        {lines.get(), "a\x85 b\xE9", 2}};
+        {lines.get(), "a\x85 b\xE9", 2},
+        {taskPaper.get(), "- caf\xE9 @DONE\n- na\xEFve\n", 1},
+        // Read as UTF-8 at first, these bytes hold one line; as Latin-1, which the
+        // last byte calls for, "\xC3\x85" is a letter and a line break, and
+        // "\xE2\x80\xA8" is no line break at all.
+        {box.get(), "-[] \xC3\x85-[] b\n\xFF", 2},
+        {box.get(), "-[] a\xE2\x80\xA8-[] b\xFF", 1},
+        // With a UTF-8 mark the text stays UTF-8 and damaged bytes are replaced.
+        {box.get(), "\xEF\xBB\xBF-[] a\xE2\x80\xA8-[] b\xFF", 2}};
     for (const auto& [set, bytes, count] : cases)
         EXPECT_EQ(countEveryWay(*set, bytes), count);
 }
@@ -93,16 +101,6 @@ TEST(Decoding, MarksChooseTheEncodingAndDamagedBytesAreReplaced) {
         EXPECT_EQ(DWTextDecoder::decodeAll(bytes), QStringView(decoded).toString()) << hex;
         countEveryWay(*DWTaskRuleSet::todotxtRuleSet(), bytes);
     }
-
-    EXPECT_EQ(countEveryWay(*DWTaskRuleSet::taskPaperRuleSet(), "- caf\xE9 @DONE\n- na\xEFve\n"),
-              1);
-    // Read as UTF-8 at first, these bytes hold one line; as Latin-1, which the
-    // last byte calls for, "\xC3\x85" is a letter and a line break, and
-    // "\xE2\x80\xA8" is no line break at all.
-    EXPECT_EQ(countEveryWay(*box, "-[] \xC3\x85-[] b\n\xFF"), 2);
-    EXPECT_EQ(countEveryWay(*box, "-[] a\xE2\x80\xA8-[] b\xFF"), 1);
-    // With a UTF-8 mark the text stays UTF-8 and damaged bytes are replaced.
-    EXPECT_EQ(countEveryWay(*box, "\xEF\xBB\xBF-[] a\xE2\x80\xA8-[] b\xFF"), 2);
 }
 
 TEST(Decoding, Utf8ValidityFollowsQt) {
@@ -160,7 +158,6 @@ TEST(CountingFiles, LargeFilesAreReadInPiecesAndLeftAsTheyWere) {
 
     const DWTaskCounter counter(*DWTaskRuleSet::todotxtRuleSet());
     const DWCountResult result = counter.countFile(file);
-    EXPECT_TRUE(result.error.isEmpty());
     EXPECT_EQ(result.openTasks, counter.countText(QString::fromUtf8(bytes)));
     EXPECT_EQ(counter.countFile(file, DWTaskCounter::Method::General).openTasks, result.openTasks);
     EXPECT_EQ(dwtest::readFile(file), bytes);
