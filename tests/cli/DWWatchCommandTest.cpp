@@ -17,33 +17,29 @@ void PrintTo(const QString& text, std::ostream* out) {
 }
 
 namespace {
-class Watch {
+// The running command; what it prints is read as it comes.
+class Watch : public QProcess {
 public:
     Watch(const QStringList& arguments, const QString& workingDirectory) {
-        _process.setWorkingDirectory(workingDirectory);
-        _process.start(QStringLiteral(DOTWISE_EXECUTABLE), QStringList{u"watch"_s} + arguments);
-        EXPECT_TRUE(_process.waitForStarted());
+        setWorkingDirectory(workingDirectory);
+        start(QStringLiteral(DOTWISE_EXECUTABLE), QStringList{u"watch"_s} + arguments);
+        EXPECT_TRUE(waitForStarted());
     }
-    ~Watch() {
-        _process.kill();
-        _process.waitForFinished();
+    ~Watch() override {
+        kill();
+        waitForFinished();
     }
     QString nextLine() {
-        dwtest::waitUntil([&] { return _process.canReadLine(); }, 10000);
-        return QString::fromUtf8(_process.readLine()).chopped(1);
+        dwtest::waitUntil([&] { return canReadLine(); }, 10000);
+        return QString::fromUtf8(readLine()).chopped(1);
     }
     QJsonObject nextJson() { return QJsonDocument::fromJson(nextLine().toUtf8()).object(); }
     bool exitedWith(int status) {
-        dwtest::waitUntil([&] { return _process.state() == QProcess::NotRunning; }, 10000);
-        return _process.state() == QProcess::NotRunning &&
-               _process.exitStatus() == QProcess::NormalExit && _process.exitCode() == status;
+        dwtest::waitUntil([&] { return state() == QProcess::NotRunning; }, 10000);
+        return state() == QProcess::NotRunning && exitStatus() == QProcess::NormalExit &&
+               exitCode() == status;
     }
-    void signal(int number) { ::kill(pid_t(_process.processId()), number); }
-    QString errors() { return QString::fromUtf8(_process.readAllStandardError()); }
-    QString rest() { return QString::fromUtf8(_process.readAllStandardOutput()); }
-
-private:
-    QProcess _process;
+    void signal(int number) { ::kill(pid_t(processId()), number); }
 };
 } // namespace
 
@@ -64,7 +60,7 @@ TEST(WatchCommand, PrintsCountsThenEachSaveAndDeletionUntilNoFileIsLeft) {
     ASSERT_TRUE(QFile::remove(root.filePath(u"one/list.txt"_s)));
     EXPECT_EQ(watch.nextLine(), u"deleted\tone/list.txt"_s);
     EXPECT_TRUE(watch.exitedWith(0));
-    EXPECT_EQ(watch.rest(), QString());
+    EXPECT_EQ(watch.readAllStandardOutput(), QByteArray());
 }
 
 TEST(WatchCommand, JsonLinesUntilTerminated) {
@@ -129,7 +125,7 @@ TEST(WatchCommand, NothingToWatchAndUsageErrors) {
         SCOPED_TRACE(test.message.toStdString());
         Watch watch(test.arguments, root.path());
         EXPECT_TRUE(watch.exitedWith(test.status));
-        EXPECT_TRUE(watch.errors().contains(test.message));
-        EXPECT_EQ(watch.rest(), QString());
+        EXPECT_TRUE(QString::fromUtf8(watch.readAllStandardError()).contains(test.message));
+        EXPECT_EQ(watch.readAllStandardOutput(), QByteArray());
     }
 }
