@@ -70,7 +70,7 @@ TEST(CountCommand, CountsEachFileNamesTheUnreadableAndExplainsUsage) {
         const Outcome run = count(c.arguments);
         SCOPED_TRACE(c.arguments.join(u' ').toStdString() + " -> " + run.err.toStdString());
         EXPECT_EQ(run.status, c.status);
-        EXPECT_EQ(run.out, c.out);
+        EXPECT_EQ(run.out.toStdString(), c.out.toStdString());
         EXPECT_TRUE(c.err.isEmpty() ? run.err.isEmpty() : run.err.contains(c.err));
     }
     const Outcome help = count({u"--help"_s});
