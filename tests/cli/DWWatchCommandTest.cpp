@@ -43,41 +43,39 @@ public:
 };
 } // namespace
 
-TEST(WatchCommand, PrintsCountsThenEachSaveAndDeletionUntilNoFileIsLeft) {
+// The JSON watcher reads the plan with todotxt's rules: "x " lines are done.
+TEST(WatchCommand, PrintsCountsThenEachSaveAndDeletionUntilNoFileIsLeftOrTerminated) {
     QTemporaryDir root;
-    dwtest::writeFile(root.filePath(u"one/list.txt"_s), "- [ ] a\n- [ ] b\n- [x] c\n");
+    const QString list = root.filePath(u"one/list.txt"_s);
+    dwtest::writeFile(list, "- [ ] a\n- [ ] b\n- [x] c\n");
     const QString plan = root.filePath(u"two/plan.taskpaper"_s);
-    dwtest::writeFile(plan, "- draft @done\n- send\n");
+    dwtest::writeFile(plan, "- draft @done\n- send\nx paid\n");
     // Paths are printed as given, here one relative to the working directory.
     Watch watch({u"one/list.txt"_s, u"missing.txt"_s, plan}, root.path());
+    Watch json({u"--json"_s, u"--style=todotxt"_s, plan}, root.path());
     EXPECT_EQ(watch.nextLine(), u"2\tone/list.txt"_s);
     EXPECT_EQ(watch.nextLine(), u"1\t"_s + plan);
+    EXPECT_EQ(json.nextJson(), (QJsonObject{{u"event"_s, u"start"_s},
+                                            {u"path"_s, plan},
+                                            {u"style"_s, u"todotxt.org style"_s},
+                                            {u"openTasks"_s, 2}}));
 
-    dwtest::writeFile(root.filePath(u"one/list.txt"_s), "- [ ] a\n- [ ] b\n- [ ] c\n");
+    dwtest::writeFile(list, "- [ ] a\n- [ ] b\n- [ ] c\n");
     EXPECT_EQ(watch.nextLine(), u"3\tone/list.txt"_s);
+    dwtest::writeFile(plan, "- draft @done\n- send\n- call\nx paid\n");
+    EXPECT_EQ(watch.nextLine(), u"2\t"_s + plan);
+    const QJsonObject modified = json.nextJson();
+    EXPECT_EQ(modified.value(u"event"_s), u"modified"_s);
+    EXPECT_EQ(modified.value(u"openTasks"_s), 3);
+    json.signal(SIGTERM);
+    EXPECT_TRUE(json.exitedWith(0));
+
     ASSERT_TRUE(QFile::remove(plan));
     EXPECT_EQ(watch.nextLine(), u"deleted\t"_s + plan);
-    ASSERT_TRUE(QFile::remove(root.filePath(u"one/list.txt"_s)));
+    ASSERT_TRUE(QFile::remove(list));
     EXPECT_EQ(watch.nextLine(), u"deleted\tone/list.txt"_s);
     EXPECT_TRUE(watch.exitedWith(0));
     EXPECT_EQ(watch.readAllStandardOutput(), QByteArray());
-}
-
-TEST(WatchCommand, JsonLinesUntilTerminated) {
-    QTemporaryDir root;
-    const QString todo = root.filePath(u"todo.txt"_s);
-    dwtest::writeFile(todo, "call mum\nx pay rent\n");
-    Watch watch({u"--json"_s, u"--style=todotxt"_s, todo}, root.path());
-    EXPECT_EQ(watch.nextJson(), (QJsonObject{{u"event"_s, u"start"_s},
-                                             {u"path"_s, todo},
-                                             {u"style"_s, u"todotxt.org style"_s},
-                                             {u"openTasks"_s, 1}}));
-    dwtest::writeFile(todo, "call mum\nbuy milk\nx pay rent\n");
-    const QJsonObject modified = watch.nextJson();
-    EXPECT_EQ(modified.value(u"event"_s), u"modified"_s);
-    EXPECT_EQ(modified.value(u"openTasks"_s), 2);
-    watch.signal(SIGTERM);
-    EXPECT_TRUE(watch.exitedWith(0));
 }
 
 TEST(WatchCommand, StatusBarFormatsPrintTheTotalAtStartAndAfterEachChangeUntilInterrupted) {

@@ -75,7 +75,7 @@ TEST(Counting, ExamplesOfEachStyleLineBreakAndFallBackToLatin1) {
         EXPECT_EQ(countEveryWay(*set, bytes), count);
 }
 
-TEST(Decoding, MarksChooseTheEncodingAndDamagedBytesAreReplaced) {
+TEST(Decoding, MarksChooseTheEncodingDamagedBytesAreReplacedUtf8ValidityFollowsQt) {
     const auto box = DWTaskRuleSet::squareBracketStyleRuleSet();
     const QString text = QString::fromUtf8("- [ ] caf\u00e9\n- [x] done\n\t- [ ] \u2603 snow\n");
     for (const auto encoding :
@@ -101,9 +101,7 @@ TEST(Decoding, MarksChooseTheEncodingAndDamagedBytesAreReplaced) {
         EXPECT_EQ(DWTextDecoder::decodeAll(bytes), QStringView(decoded).toString()) << hex;
         countEveryWay(*DWTaskRuleSet::todotxtRuleSet(), bytes);
     }
-}
 
-TEST(Decoding, Utf8ValidityFollowsQt) {
     // Boundaries, overlong forms, surrogates, above U+10FFFF, cut and stray
     // bytes, checked a byte at a time.
     for (const QByteArray& bytes :
@@ -148,7 +146,7 @@ TEST(Counting, BytesAndGeneralAgreeOnRandomText) {
     }
 }
 
-TEST(CountingFiles, LargeFilesAreReadInPiecesAndLeftAsTheyWere) {
+TEST(CountingFiles, LargeFilesAreReadInPiecesAndLeftAsTheyWereUnreadableOnesGiveAReason) {
     QByteArray bytes;
     for (int i = 0; bytes.size() < 3 * DWTaskCounter::defaultChunkSize; ++i)
         bytes += (i % 3 == 0 ? "x done " : "(B) open ") + QByteArray::number(i) + "\xC3\xA9\r\n";
@@ -165,10 +163,8 @@ TEST(CountingFiles, LargeFilesAreReadInPiecesAndLeftAsTheyWere) {
 
     dwtest::writeFile(file, encoded(QString::fromUtf8(bytes), QStringConverter::Utf16LE));
     EXPECT_EQ(counter.countFile(file).openTasks, result.openTasks);
-}
 
-TEST(CountingFiles, WhatCannotBeReadCountsZeroWithAReason) {
-    const DWTaskCounter counter(*DWTaskRuleSet::todotxtRuleSet());
+    // What cannot be read counts zero, with the reason.
     const QString home = dwtest::homePath();
     // A pipe would block a reader forever; it is refused at once.
     ASSERT_EQ(mkfifo(QFile::encodeName(home + u"/pipe.txt"_s).constData(), 0600), 0);
@@ -182,8 +178,8 @@ TEST(CountingFiles, WhatCannotBeReadCountsZeroWithAReason) {
                  {home + u"/pipe.txt"_s, u"Not a regular file"_s},
                  {locked, geteuid() == 0 ? QString() : u"Permission denied"_s}};
     for (const auto& c : cases) {
-        const DWCountResult result = counter.countFile(c.path);
-        EXPECT_EQ(result.error, c.error) << c.path.toStdString();
-        EXPECT_EQ(result.openTasks, c.error.isEmpty() ? 1 : 0);
+        const DWCountResult unread = counter.countFile(c.path);
+        EXPECT_EQ(unread.error, c.error) << c.path.toStdString();
+        EXPECT_EQ(unread.openTasks, c.error.isEmpty() ? 1 : 0);
     }
 }
