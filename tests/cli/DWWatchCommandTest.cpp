@@ -17,7 +17,6 @@ void PrintTo(const QString& text, std::ostream* out) {
 }
 
 namespace {
-// The running command; what it prints is read as it comes.
 class Watch : public QProcess {
 public:
     Watch(const QStringList& arguments, const QString& workingDirectory) {

@@ -164,7 +164,6 @@ TEST(CountingFiles, LargeFilesAreReadInPiecesAndLeftAsTheyWereUnreadableOnesGive
     dwtest::writeFile(file, encoded(QString::fromUtf8(bytes), QStringConverter::Utf16LE));
     EXPECT_EQ(counter.countFile(file).openTasks, result.openTasks);
 
-    // What cannot be read counts zero, with the reason.
     const QString home = dwtest::homePath();
     // A pipe would block a reader forever; it is refused at once.
     ASSERT_EQ(mkfifo(QFile::encodeName(home + u"/pipe.txt"_s).constData(), 0600), 0);

@@ -55,7 +55,6 @@ TEST(ABView, EveryDesignLoadsAndANameWithoutOneGivesAHiddenPlaceholderAndAWarnin
             pictures += picture != controller.label() && !picture->pixmap().isNull();
         EXPECT_GE(pictures, 1);
     }
-    // Every picture loaded: none was logged as failing.
     EXPECT_EQ(log.loggerLines().filter(u"does not load"_s), QStringList());
     EXPECT_EQ(log.loggerLines().filter(u"PurpleBanner"_s).size(), 1);
 }
