@@ -154,9 +154,8 @@ int checkBadge(const QString& actualPath, const QString& referenceFolder) {
                 .arg(actualPath, sizeText(actual.size()), expectedPath, sizeText(expected.size())));
     actual = actual.convertToFormat(QImage::Format_ARGB32);
     expected = expected.convertToFormat(QImage::Format_ARGB32);
-    int differing = 0;
-    int largest = 0;
-    for (int y = 0; y < actual.height(); ++y) {
+    int differing = 0, largest = 0;
+    for (int y = 0; y < actual.height(); ++y)
         for (int x = 0; x < actual.width(); ++x) {
             const QRgb a = actual.pixel(x, y), e = expected.pixel(x, y);
             const int difference =
@@ -165,7 +164,6 @@ int checkBadge(const QString& actualPath, const QString& referenceFolder) {
             differing += difference > 0;
             largest = std::max(largest, difference);
         }
-    }
     if (differing > 0)
         return fail(QStringLiteral("%1 differs from the reference badge %2 in %3 of %4 pixels "
                                    "(by up to %5 of 255)")
