@@ -40,11 +40,7 @@ TEST(CountCommand, CountsEachFileNamesTheUnreadableAndExplainsUsage) {
                       "- [ ] a\r\n- [x] b\r\nx c\r\n- [ ] d\r\n");
     dwtest::writeFile(dwtest::homePath() + u"/-odd.taskpaper"_s, "- a\n");
     // Standard error must contain `err`, or be empty when `err` is.
-    const struct {
-        QStringList arguments;
-        int status;
-        QString out, err;
-    } cases[] = {
+    const std::tuple<QStringList, int, QString, QString> cases[] = {
         {{u"work.taskpaper"_s, u"home.txt"_s}, 0, u"1\twork.taskpaper\n2\thome.txt\n"_s, {}},
         {{u"--style"_s, u"todotxt"_s, u"home.txt"_s, u"work.taskpaper"_s},
          0,
@@ -66,12 +62,12 @@ TEST(CountCommand, CountsEachFileNamesTheUnreadableAndExplainsUsage) {
         {{u"--json"_s}, 2, {}, usage},
         {{u"--style"_s, u"markdown"_s, u"home.txt"_s}, 2, {}, usage},
         {{u"home.txt"_s, u"--style"_s}, 2, {}, usage}};
-    for (const auto& c : cases) {
-        const Outcome run = count(c.arguments);
-        SCOPED_TRACE(c.arguments.join(u' ').toStdString() + " -> " + run.err.toStdString());
-        EXPECT_EQ(run.status, c.status);
-        EXPECT_EQ(run.out.toStdString(), c.out.toStdString());
-        EXPECT_TRUE(c.err.isEmpty() ? run.err.isEmpty() : run.err.contains(c.err));
+    for (const auto& [arguments, status, out, err] : cases) {
+        const Outcome run = count(arguments);
+        SCOPED_TRACE(arguments.join(u' ').toStdString() + " -> " + run.err.toStdString());
+        EXPECT_EQ(run.status, status);
+        EXPECT_EQ(run.out.toStdString(), out.toStdString());
+        EXPECT_TRUE(err.isEmpty() ? run.err.isEmpty() : run.err.contains(err));
     }
     const Outcome help = count({u"--help"_s});
     EXPECT_EQ(help.status, 0);

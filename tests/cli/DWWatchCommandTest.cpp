@@ -106,23 +106,18 @@ TEST(WatchCommand, StatusBarFormatsPrintTheTotalAtStartAndAfterEachChangeUntilIn
 
 TEST(WatchCommand, NothingToWatchAndUsageErrors) {
     QTemporaryDir root;
-    const struct {
-        QStringList arguments;
-        int status;
-        QString message;
-    } cases[] = {
+    const std::tuple<QStringList, int, QString> cases[] = {
         {{u"gone.txt"_s, root.path()},
          1,
          u"dotwise watch: cannot read 'gone.txt': No such file or directory"_s},
         {{}, 2, u"dotwise watch: no file given"_s},
         {{u"--format=xml"_s, u"a.txt"_s}, 2, u"dotwise watch: unknown format 'xml'"_s},
-        {{u"a.txt"_s, u"--format"_s}, 2, u"dotwise watch: --format needs a value"_s},
-    };
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.message.toStdString());
-        Watch watch(test.arguments, root.path());
-        EXPECT_TRUE(watch.exitedWith(test.status));
-        EXPECT_TRUE(QString::fromUtf8(watch.readAllStandardError()).contains(test.message));
+        {{u"a.txt"_s, u"--format"_s}, 2, u"dotwise watch: --format needs a value"_s}};
+    for (const auto& [arguments, status, message] : cases) {
+        SCOPED_TRACE(message.toStdString());
+        Watch watch(arguments, root.path());
+        EXPECT_TRUE(watch.exitedWith(status));
+        EXPECT_TRUE(QString::fromUtf8(watch.readAllStandardError()).contains(message));
         EXPECT_EQ(watch.readAllStandardOutput(), QByteArray());
     }
 }

@@ -170,15 +170,14 @@ TEST(CountingFiles, LargeFilesAreReadInPiecesAndLeftAsTheyWereUnreadableOnesGive
     const QString locked = home + u"/locked.txt"_s;
     dwtest::writeFile(locked, "call mum\n");
     ASSERT_EQ(chmod(QFile::encodeName(locked).constData(), 0), 0);
-    const struct {
-        QString path, error;
-    } cases[] = {{home + u"/gone.txt"_s, u"No such file or directory"_s},
-                 {home, u"Is a directory"_s},
-                 {home + u"/pipe.txt"_s, u"Not a regular file"_s},
-                 {locked, geteuid() == 0 ? QString() : u"Permission denied"_s}};
-    for (const auto& c : cases) {
-        const DWCountResult unread = counter.countFile(c.path);
-        EXPECT_EQ(unread.error, c.error) << c.path.toStdString();
-        EXPECT_EQ(unread.openTasks, c.error.isEmpty() ? 1 : 0);
+    const std::pair<QString, QString> cases[] = {
+        {home + u"/gone.txt"_s, u"No such file or directory"_s},
+        {home, u"Is a directory"_s},
+        {home + u"/pipe.txt"_s, u"Not a regular file"_s},
+        {locked, geteuid() == 0 ? QString() : u"Permission denied"_s}};
+    for (const auto& [path, error] : cases) {
+        const DWCountResult unread = counter.countFile(path);
+        EXPECT_EQ(unread.error, error) << path.toStdString();
+        EXPECT_EQ(unread.openTasks, error.isEmpty() ? 1 : 0);
     }
 }
