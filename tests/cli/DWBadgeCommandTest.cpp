@@ -98,16 +98,10 @@ TEST(BadgeCommand, RunsWithoutADisplayWhereTheAppExplainsItself) {
     ASSERT_TRUE(process.waitForFinished(30000));
     EXPECT_EQ(process.exitCode(), 0);
     EXPECT_EQ(process.readAllStandardError(), QByteArray());
-    const QStringList files = QDir(dir).entryList(QDir::Files, QDir::Name);
-    EXPECT_TRUE(files.contains("icon-16.png") && files.contains("icon-512.png"));
-    for (const QString& file : files) { // icon-<points>[@<scale>x].png: points x scale pixels
-        const QString stem = file.mid(5).chopped(4);
-        const int scale = stem.contains('@') ? stem.section('@', 1).chopped(1).toInt() : 1;
-        EXPECT_EQ(QImage(QDir(dir).filePath(file)).width(), stem.section('@', 0, 0).toInt() * scale)
-            << file.toStdString();
-    }
-    // The file's own icon, below the badge.
-    EXPECT_GT(QImage(dir + "/icon-128.png").pixelColor(64, 100).alpha(), 0);
+    EXPECT_TRUE(QFileInfo::exists(dir + "/icon-16.png"));
+    const QImage icon(dir + "/icon-128.png");
+    EXPECT_EQ(icon.width(), 128);
+    EXPECT_GT(icon.pixelColor(64, 100).alpha(), 0); // the file's own icon, below the badge
     EXPECT_EQ(dwtest::readFile(list), QByteArray("- [ ] milk\n"));
     EXPECT_EQ(lw::contentModificationDate(list), date);
 }

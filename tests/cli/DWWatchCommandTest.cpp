@@ -17,71 +17,64 @@ void PrintTo(const QString& text, std::ostream* out) {
 }
 
 namespace {
-class Watch {
+class Watch : public QProcess {
 public:
     Watch(const QStringList& arguments, const QString& workingDirectory) {
-        _process.setWorkingDirectory(workingDirectory);
-        _process.start(QStringLiteral(DOTWISE_EXECUTABLE), QStringList{u"watch"_s} + arguments);
-        EXPECT_TRUE(_process.waitForStarted());
+        setWorkingDirectory(workingDirectory);
+        start(QStringLiteral(DOTWISE_EXECUTABLE), QStringList{u"watch"_s} + arguments);
+        EXPECT_TRUE(waitForStarted());
     }
-    ~Watch() {
-        _process.kill();
-        _process.waitForFinished();
+    ~Watch() override {
+        kill();
+        waitForFinished();
     }
     QString nextLine() {
-        dwtest::waitUntil([&] { return _process.canReadLine(); }, 10000);
-        return QString::fromUtf8(_process.readLine()).chopped(1);
+        dwtest::waitUntil([&] { return canReadLine(); }, 10000);
+        return QString::fromUtf8(readLine()).chopped(1);
     }
     QJsonObject nextJson() { return QJsonDocument::fromJson(nextLine().toUtf8()).object(); }
     bool exitedWith(int status) {
-        dwtest::waitUntil([&] { return _process.state() == QProcess::NotRunning; }, 10000);
-        return _process.state() == QProcess::NotRunning &&
-               _process.exitStatus() == QProcess::NormalExit && _process.exitCode() == status;
+        dwtest::waitUntil([&] { return state() == QProcess::NotRunning; }, 10000);
+        return state() == QProcess::NotRunning && exitStatus() == QProcess::NormalExit &&
+               exitCode() == status;
     }
-    void signal(int number) { ::kill(pid_t(_process.processId()), number); }
-    QString errors() { return QString::fromUtf8(_process.readAllStandardError()); }
-    QString rest() { return QString::fromUtf8(_process.readAllStandardOutput()); }
-
-private:
-    QProcess _process;
+    void signal(int number) { ::kill(pid_t(processId()), number); }
 };
 } // namespace
 
-TEST(WatchCommand, PrintsCountsThenEachSaveAndDeletionUntilNoFileIsLeft) {
+// The JSON watcher reads the plan with todotxt's rules: "x " lines are done.
+TEST(WatchCommand, PrintsCountsThenEachSaveAndDeletionUntilNoFileIsLeftOrTerminated) {
     QTemporaryDir root;
-    dwtest::writeFile(root.filePath(u"one/list.txt"_s), "- [ ] a\n- [ ] b\n- [x] c\n");
+    const QString list = root.filePath(u"one/list.txt"_s);
+    dwtest::writeFile(list, "- [ ] a\n- [ ] b\n- [x] c\n");
     const QString plan = root.filePath(u"two/plan.taskpaper"_s);
-    dwtest::writeFile(plan, "- draft @done\n- send\n");
+    dwtest::writeFile(plan, "- draft @done\n- send\nx paid\n");
     // Paths are printed as given, here one relative to the working directory.
     Watch watch({u"one/list.txt"_s, u"missing.txt"_s, plan}, root.path());
+    Watch json({u"--json"_s, u"--style=todotxt"_s, plan}, root.path());
     EXPECT_EQ(watch.nextLine(), u"2\tone/list.txt"_s);
     EXPECT_EQ(watch.nextLine(), u"1\t"_s + plan);
+    EXPECT_EQ(json.nextJson(), (QJsonObject{{u"event"_s, u"start"_s},
+                                            {u"path"_s, plan},
+                                            {u"style"_s, u"todotxt.org style"_s},
+                                            {u"openTasks"_s, 2}}));
 
-    dwtest::writeFile(root.filePath(u"one/list.txt"_s), "- [ ] a\n- [ ] b\n- [ ] c\n");
+    dwtest::writeFile(list, "- [ ] a\n- [ ] b\n- [ ] c\n");
     EXPECT_EQ(watch.nextLine(), u"3\tone/list.txt"_s);
+    dwtest::writeFile(plan, "- draft @done\n- send\n- call\nx paid\n");
+    EXPECT_EQ(watch.nextLine(), u"2\t"_s + plan);
+    const QJsonObject modified = json.nextJson();
+    EXPECT_EQ(modified.value(u"event"_s), u"modified"_s);
+    EXPECT_EQ(modified.value(u"openTasks"_s), 3);
+    json.signal(SIGTERM);
+    EXPECT_TRUE(json.exitedWith(0));
+
     ASSERT_TRUE(QFile::remove(plan));
     EXPECT_EQ(watch.nextLine(), u"deleted\t"_s + plan);
-    ASSERT_TRUE(QFile::remove(root.filePath(u"one/list.txt"_s)));
+    ASSERT_TRUE(QFile::remove(list));
     EXPECT_EQ(watch.nextLine(), u"deleted\tone/list.txt"_s);
     EXPECT_TRUE(watch.exitedWith(0));
-    EXPECT_EQ(watch.rest(), QString());
-}
-
-TEST(WatchCommand, JsonLinesUntilTerminated) {
-    QTemporaryDir root;
-    const QString todo = root.filePath(u"todo.txt"_s);
-    dwtest::writeFile(todo, "call mum\nx pay rent\n");
-    Watch watch({u"--json"_s, u"--style=todotxt"_s, todo}, root.path());
-    EXPECT_EQ(watch.nextJson(), (QJsonObject{{u"event"_s, u"start"_s},
-                                             {u"path"_s, todo},
-                                             {u"style"_s, u"todotxt.org style"_s},
-                                             {u"openTasks"_s, 1}}));
-    dwtest::writeFile(todo, "call mum\nbuy milk\nx pay rent\n");
-    const QJsonObject modified = watch.nextJson();
-    EXPECT_EQ(modified.value(u"event"_s), u"modified"_s);
-    EXPECT_EQ(modified.value(u"openTasks"_s), 2);
-    watch.signal(SIGTERM);
-    EXPECT_TRUE(watch.exitedWith(0));
+    EXPECT_EQ(watch.readAllStandardOutput(), QByteArray());
 }
 
 TEST(WatchCommand, StatusBarFormatsPrintTheTotalAtStartAndAfterEachChangeUntilInterrupted) {
@@ -113,23 +106,18 @@ TEST(WatchCommand, StatusBarFormatsPrintTheTotalAtStartAndAfterEachChangeUntilIn
 
 TEST(WatchCommand, NothingToWatchAndUsageErrors) {
     QTemporaryDir root;
-    const struct {
-        QStringList arguments;
-        int status;
-        QString message;
-    } cases[] = {
+    const std::tuple<QStringList, int, QString> cases[] = {
         {{u"gone.txt"_s, root.path()},
          1,
          u"dotwise watch: cannot read 'gone.txt': No such file or directory"_s},
         {{}, 2, u"dotwise watch: no file given"_s},
         {{u"--format=xml"_s, u"a.txt"_s}, 2, u"dotwise watch: unknown format 'xml'"_s},
-        {{u"a.txt"_s, u"--format"_s}, 2, u"dotwise watch: --format needs a value"_s},
-    };
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.message.toStdString());
-        Watch watch(test.arguments, root.path());
-        EXPECT_TRUE(watch.exitedWith(test.status));
-        EXPECT_TRUE(watch.errors().contains(test.message));
-        EXPECT_EQ(watch.rest(), QString());
+        {{u"a.txt"_s, u"--format"_s}, 2, u"dotwise watch: --format needs a value"_s}};
+    for (const auto& [arguments, status, message] : cases) {
+        SCOPED_TRACE(message.toStdString());
+        Watch watch(arguments, root.path());
+        EXPECT_TRUE(watch.exitedWith(status));
+        EXPECT_TRUE(QString::fromUtf8(watch.readAllStandardError()).contains(message));
+        EXPECT_EQ(watch.readAllStandardOutput(), QByteArray());
     }
 }

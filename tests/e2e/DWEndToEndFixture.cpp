@@ -37,16 +37,25 @@ int fail(const QString& message) {
     return 1;
 }
 
+QString sizeText(QSize size) {
+    return QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+}
+
+// Written to disk at once: the app reads the settings file when it starts.
+int store(const QString& key, const QVariant& value) {
+    LWPreferences preferences = LWPreferences::standard();
+    preferences.setObject(key, value);
+    preferences.synchronize();
+    return 0;
+}
+
 int storeTaskLists(const QStringList& files) {
     QList<std::shared_ptr<DWTaskList>> taskLists;
     for (const QString& file : files) {
         const QString path = QFileInfo(file).absoluteFilePath();
         taskLists.append(std::make_shared<DWTaskList>(path, DWTaskRuleSet::bestMatchFor(path)));
     }
-    LWPreferences preferences = LWPreferences::standard();
-    preferences.setObject(taskListsKey, DWTaskList::archiveTaskLists(taskLists));
-    preferences.synchronize();
-    return 0;
+    return store(taskListsKey, DWTaskList::archiveTaskLists(taskLists));
 }
 
 int printStoredTaskLists() {
@@ -63,29 +72,22 @@ int printStoredTaskLists() {
 }
 
 int setLaunchAtLogin(const QString& program, const QString& state) {
-    if (state != QLatin1String("on") && state != QLatin1String("off"))
+    const bool on = state == QLatin1String("on");
+    if (!on && state != QLatin1String("off"))
         return fail(QStringLiteral("launch-at-login wants on or off, not '%1'").arg(state));
     const QUrl url = QUrl::fromLocalFile(QFileInfo(program).canonicalFilePath());
     DWAutostartLaunchAtLoginController controller;
-    controller.setLaunchAtLogin(url, state == QLatin1String("on"));
-    if (controller.willLaunchAtLogin(url) != (state == QLatin1String("on")))
+    controller.setLaunchAtLogin(url, on);
+    if (controller.willLaunchAtLogin(url) != on)
         return fail(
             QStringLiteral("the autostart entry for %1 did not become %2").arg(program, state));
-    return 0;
-}
-
-int markFirstRunDone() {
-    LWPreferences preferences = LWPreferences::standard();
-    preferences.setBool(QStringLiteral("DidCreateExampleData"), true);
-    preferences.synchronize();
     return 0;
 }
 
 // The switch's place depends on the form's margins and on how the heading
 // beside it wraps, so the form itself is asked rather than numbers copied.
 int printSwitchCentre(const QString& width, const QString& height) {
-    bool wide = false;
-    bool high = false;
+    bool wide = false, high = false;
     const QSize size(width.toInt(&wide), height.toInt(&high));
     if (!wide || !high || size.isEmpty())
         return fail(
@@ -98,11 +100,8 @@ int printSwitchCentre(const QString& width, const QString& height) {
     window.show();
     QApplication::processEvents();
     if (window.size() != size)
-        return fail(QStringLiteral("the main window can't be %1x%2 (it became %3x%4)")
-                        .arg(size.width())
-                        .arg(size.height())
-                        .arg(window.width())
-                        .arg(window.height()));
+        return fail(QStringLiteral("the main window can't be %1 (it became %2)")
+                        .arg(sizeText(size), sizeText(window.size())));
     const QPoint centre =
         form.onOffSwitchView->mapTo(&window, form.onOffSwitchView->rect().center());
     std::printf("%d %d\n", centre.x(), centre.y());
@@ -121,16 +120,10 @@ QString discProblem(const QImage& image) {
             (centre + QPointF(std::cos(angle), std::sin(angle)) * radius * 0.87).toPoint();
         const QColor colour = image.pixelColor(at);
         if (colour.alpha() < 250 || colour.red() < 150 || colour.green() > 60 || colour.blue() > 70)
-            return QStringLiteral("expected the red badge disc at (%1,%2) of a %3x%4 icon, saw "
-                                  "rgba(%5,%6,%7,%8)")
+            return QStringLiteral("expected the red badge disc at (%1,%2) of a %3 icon, saw %4")
                 .arg(at.x())
                 .arg(at.y())
-                .arg(image.width())
-                .arg(image.height())
-                .arg(colour.red())
-                .arg(colour.green())
-                .arg(colour.blue())
-                .arg(colour.alpha());
+                .arg(sizeText(image.size()), colour.name(QColor::HexArgb));
     }
     return QString();
 }
@@ -145,8 +138,7 @@ int checkBadge(const QString& actualPath, const QString& referenceFolder) {
     const QDir folder(referenceFolder);
     for (const QString& name : folder.entryList({QStringLiteral("*.png")}, QDir::Files)) {
         QImage candidate(folder.filePath(name));
-        if (!candidate.isNull() && qint64(candidate.width()) * candidate.height() >
-                                       qint64(expected.width()) * expected.height()) {
+        if (candidate.width() > expected.width()) { // the icons are square
             expected = candidate;
             expectedPath = folder.filePath(name);
         }
@@ -157,29 +149,21 @@ int checkBadge(const QString& actualPath, const QString& referenceFolder) {
     if (!disc.isEmpty())
         return fail(QStringLiteral("%1: %2").arg(actualPath, disc));
     if (actual.size() != expected.size())
-        return fail(QStringLiteral("%1 is %2x%3, the reference %4 is %5x%6")
-                        .arg(actualPath)
-                        .arg(actual.width())
-                        .arg(actual.height())
-                        .arg(expectedPath)
-                        .arg(expected.width())
-                        .arg(expected.height()));
+        return fail(
+            QStringLiteral("%1 is %2, the reference %3 is %4")
+                .arg(actualPath, sizeText(actual.size()), expectedPath, sizeText(expected.size())));
     actual = actual.convertToFormat(QImage::Format_ARGB32);
     expected = expected.convertToFormat(QImage::Format_ARGB32);
-    int differing = 0;
-    int largest = 0;
-    for (int y = 0; y < actual.height(); ++y) {
-        const auto* a = reinterpret_cast<const QRgb*>(actual.constScanLine(y));
-        const auto* e = reinterpret_cast<const QRgb*>(expected.constScanLine(y));
+    int differing = 0, largest = 0;
+    for (int y = 0; y < actual.height(); ++y)
         for (int x = 0; x < actual.width(); ++x) {
-            const int difference = std::max(
-                {std::abs(qRed(a[x]) - qRed(e[x])), std::abs(qGreen(a[x]) - qGreen(e[x])),
-                 std::abs(qBlue(a[x]) - qBlue(e[x])), std::abs(qAlpha(a[x]) - qAlpha(e[x]))});
-            if (difference > 0)
-                ++differing;
+            const QRgb a = actual.pixel(x, y), e = expected.pixel(x, y);
+            const int difference =
+                std::max({std::abs(qRed(a) - qRed(e)), std::abs(qGreen(a) - qGreen(e)),
+                          std::abs(qBlue(a) - qBlue(e)), std::abs(qAlpha(a) - qAlpha(e))});
+            differing += difference > 0;
             largest = std::max(largest, difference);
         }
-    }
     if (differing > 0)
         return fail(QStringLiteral("%1 differs from the reference badge %2 in %3 of %4 pixels "
                                    "(by up to %5 of 255)")
@@ -207,7 +191,7 @@ int main(int argc, char* argv[]) {
     if (command == QLatin1String("launch-at-login") && arguments.size() == 2)
         return setLaunchAtLogin(arguments[0], arguments[1]);
     if (command == QLatin1String("first-run-done") && arguments.isEmpty())
-        return markFirstRunDone();
+        return store(QStringLiteral("DidCreateExampleData"), true);
     if (command == QLatin1String("switch-centre") && arguments.size() == 2)
         return printSwitchCentre(arguments[0], arguments[1]);
     if (command == QLatin1String("check-badge") && arguments.size() == 2)

@@ -12,6 +12,7 @@
 #include <QImage>
 #include <QRect>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -30,38 +31,39 @@ bool isBadgeRed(QRgb pixel) {
 QList<QRect> badgesIn(const QImage& image, const QRect& area) {
     const QRect box = area.intersected(image.rect());
     std::vector<char> seen(size_t(box.width()) * box.height(), 0);
-    const auto index = [&](int x, int y) {
-        return size_t(y - box.top()) * box.width() + (x - box.left());
+    // True the first time it is asked about a point of the badge's red.
+    const auto takeRed = [&](QPoint p) {
+        if (!box.contains(p) || !isBadgeRed(image.pixel(p)))
+            return false;
+        char& mark = seen[size_t(p.y() - box.top()) * box.width() + (p.x() - box.left())];
+        return !std::exchange(mark, 1);
     };
     QList<QRect> badges;
     for (int y = box.top(); y <= box.bottom(); ++y) {
         for (int x = box.left(); x <= box.right(); ++x) {
-            if (seen[index(x, y)] || !isBadgeRed(image.pixel(x, y)))
+            if (!takeRed({x, y}))
                 continue;
             // Flood the patch; gaps of up to 2 pixels (the digits) join it.
             QRect patch(x, y, 1, 1);
             std::vector<QPoint> todo{{x, y}};
-            seen[index(x, y)] = 1;
             while (!todo.empty()) {
                 const QPoint p = todo.back();
                 todo.pop_back();
                 patch |= QRect(p, QSize(1, 1));
-                for (int dy = -3; dy <= 3; ++dy) {
-                    for (int dx = -3; dx <= 3; ++dx) {
-                        const QPoint q(p.x() + dx, p.y() + dy);
-                        if (!box.contains(q) || seen[index(q.x(), q.y())] ||
-                            !isBadgeRed(image.pixel(q)))
-                            continue;
-                        seen[index(q.x(), q.y())] = 1;
-                        todo.push_back(q);
-                    }
-                }
+                for (int dy = -3; dy <= 3; ++dy)
+                    for (int dx = -3; dx <= 3; ++dx)
+                        if (takeRed(p + QPoint(dx, dy)))
+                            todo.push_back(p + QPoint(dx, dy));
             }
             if (patch.width() >= 6 && patch.height() >= 6)
                 badges.append(patch);
         }
     }
     return badges;
+}
+
+QImage load(const char* path) {
+    return QImage(QString::fromLocal8Bit(path)).convertToFormat(QImage::Format_RGB32);
 }
 
 QRect rectFrom(char** argv) {
@@ -73,27 +75,22 @@ int main(int argc, char* argv[]) {
     QGuiApplication app(argc, argv);
     const QString command = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     if (command == QLatin1String("badges") && argc == 7) {
-        const QImage shot(QString::fromLocal8Bit(argv[2]));
+        const QImage shot = load(argv[2]);
         if (shot.isNull())
             return fail("can't read the screenshot");
-        for (const QRect& badge :
-             badgesIn(shot.convertToFormat(QImage::Format_RGB32), rectFrom(argv + 3)))
+        for (const QRect& badge : badgesIn(shot, rectFrom(argv + 3)))
             std::printf("%d %d %d %d\n", badge.x(), badge.y(), badge.width(), badge.height());
         return 0;
     }
     if (command == QLatin1String("differ") && argc == 8) {
-        const QImage a =
-            QImage(QString::fromLocal8Bit(argv[2])).convertToFormat(QImage::Format_RGB32);
-        const QImage b =
-            QImage(QString::fromLocal8Bit(argv[3])).convertToFormat(QImage::Format_RGB32);
+        const QImage a = load(argv[2]), b = load(argv[3]);
         if (a.isNull() || a.size() != b.size())
             return fail("can't read the screenshots, or their sizes differ");
         const QRect box = rectFrom(argv + 4).intersected(a.rect());
         long differing = 0;
-        for (int y = box.top(); y <= box.bottom(); ++y) {
+        for (int y = box.top(); y <= box.bottom(); ++y)
             for (int x = box.left(); x <= box.right(); ++x)
                 differing += a.pixel(x, y) != b.pixel(x, y);
-        }
         std::printf("%ld\n", differing);
         return 0;
     }

@@ -11,14 +11,10 @@
 // sees the count from before or the finished new count, never anything else,
 // and reading the path, label and rules meanwhile is safe.
 TEST(TaskListThreads, OpenTasksCanBeReadWhileACountRuns) {
-    QByteArray bytes;
-    int expected = 0;
-    for (int i = 0; i < 60000; ++i) {
-        const bool open = i % 4 != 0;
-        bytes += open ? "(A) call someone about " : "x paid the bill for ";
-        bytes += QByteArray::number(i) + '\n';
-        expected += open;
-    }
+    QByteArray bytes; // three lines in four open
+    for (int i = 0; i < 60000; ++i)
+        bytes += (i % 4 ? "(A) call someone about " : "x paid the bill for ") +
+                 QByteArray::number(i) + '\n';
     const QString path = dwtest::homePath() + QStringLiteral("/busy.txt");
     dwtest::writeFile(path, bytes);
     const auto list = std::make_shared<DWTaskList>(path, DWTaskRuleSet::todotxtRuleSet());
@@ -42,5 +38,5 @@ TEST(TaskListThreads, OpenTasksCanBeReadWhileACountRuns) {
     worker.join();
     seen.insert(list->openTasks());
     seen.remove(-1);
-    EXPECT_EQ(seen, QSet<int>{expected});
+    EXPECT_EQ(seen, QSet<int>{45000});
 }

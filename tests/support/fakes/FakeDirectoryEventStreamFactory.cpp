@@ -8,11 +8,6 @@ struct FakeDirectoryEventStreamFactory::State {
         DWDirectoryEventStream::Callback callback;
     };
     QList<std::shared_ptr<Stream>> running;
-    bool failsToCreate = false;
-    int created = 0;
-    double lastLatency = 0;
-    quint64 lastSinceEventId = 0;
-    quint64 nextEventId = 1;
 };
 
 namespace {
@@ -53,21 +48,17 @@ std::unique_ptr<DWDirectoryEventStream>
 FakeDirectoryEventStreamFactory::createStream(const QSet<QString>& directories,
                                               double latencySeconds, quint64 sinceEventId,
                                               DWDirectoryEventStream::Callback callback) {
-    if (_state->failsToCreate)
+    if (_failsToCreate)
         return nullptr;
-    ++_state->created;
-    _state->lastLatency = latencySeconds;
-    _state->lastSinceEventId = sinceEventId;
+    ++_created;
+    _lastLatency = latencySeconds;
+    _lastSinceEventId = sinceEventId;
     return std::make_unique<FakeDirectoryEventStream>(_state, directories, std::move(callback));
-}
-
-void FakeDirectoryEventStreamFactory::setFailsToCreateStreams(bool fails) {
-    _state->failsToCreate = fails;
 }
 
 void FakeDirectoryEventStreamFactory::deliver(const QList<DWDirectoryEvent>& events) {
     for (const DWDirectoryEvent& event : events)
-        _state->nextEventId = std::max(_state->nextEventId, event.eventId + 1);
+        _nextEventId = std::max(_nextEventId, event.eventId + 1);
     const QList<std::shared_ptr<State::Stream>> receivers = _state->running;
     for (const std::shared_ptr<State::Stream>& stream : receivers) {
         if (!_state->running.contains(stream))
@@ -80,7 +71,7 @@ void FakeDirectoryEventStreamFactory::deliver(const QList<DWDirectoryEvent>& eve
 }
 
 void FakeDirectoryEventStreamFactory::deliver(const QString& path) {
-    deliver({DWDirectoryEvent{path, _state->nextEventId}});
+    deliver({DWDirectoryEvent{path, _nextEventId}});
 }
 
 int FakeDirectoryEventStreamFactory::runningStreamCount() const {
@@ -92,14 +83,4 @@ QSet<QString> FakeDirectoryEventStreamFactory::runningDirectories() const {
     for (const auto& stream : _state->running)
         directories.unite(stream->directories);
     return directories;
-}
-
-int FakeDirectoryEventStreamFactory::streamsCreated() const {
-    return _state->created;
-}
-double FakeDirectoryEventStreamFactory::lastLatency() const {
-    return _state->lastLatency;
-}
-quint64 FakeDirectoryEventStreamFactory::lastSinceEventId() const {
-    return _state->lastSinceEventId;
 }

@@ -21,7 +21,7 @@ public:
                  DWDirectoryEventStream::Callback callback) override;
 
     // Makes createStream answer nullptr, as a stream service that fails would.
-    void setFailsToCreateStreams(bool fails);
+    void setFailsToCreateStreams(bool fails) { _failsToCreate = fails; }
 
     // Hands the batch to every running stream, paths as given (a real stream
     // also reports subdirectories and trailing slashes). A stream stopped by
@@ -33,12 +33,17 @@ public:
     int runningStreamCount() const;
     // The directories of the running streams, together.
     QSet<QString> runningDirectories() const;
-    int streamsCreated() const;
-    double lastLatency() const;
-    quint64 lastSinceEventId() const;
+    int streamsCreated() const { return _created; }
+    double lastLatency() const { return _lastLatency; }
+    quint64 lastSinceEventId() const { return _lastSinceEventId; }
 
     struct State;
 
 private:
     std::shared_ptr<State> _state;
+    bool _failsToCreate = false;
+    int _created = 0;
+    double _lastLatency = 0;
+    quint64 _lastSinceEventId = 0;
+    quint64 _nextEventId = 1;
 };

@@ -2,8 +2,6 @@
 
 #include <QFileInfo>
 
-FakeWorkspace::FakeWorkspace() = default;
-
 LWIconImage FakeWorkspace::iconForFile(const QString&) const {
     LWIconImage icon;
     for (int side : {16, 32, 128, 256, 512}) {
@@ -62,43 +60,12 @@ bool FakeWorkspace::selectFile(const QString& path, const QString&) {
 }
 
 QString FakeWorkspace::absolutePathForApplicationWithIdentifier(const QString& identifier) const {
-    QMutexLocker locker(&_lock);
-    return _installed.value(identifier);
+    return locked(_installed).value(identifier);
 }
 
 void FakeWorkspace::setInstalledApplication(const QString& identifier, const QString& path) {
     QMutexLocker locker(&_lock);
     _installed.insert(identifier, path);
-}
-
-bool FakeWorkspace::hasCustomIcon(const QString& path) const {
-    QMutexLocker locker(&_lock);
-    return _customIcons.contains(path);
-}
-
-LWIconImage FakeWorkspace::customIcon(const QString& path) const {
-    QMutexLocker locker(&_lock);
-    return _customIcons.value(path);
-}
-
-QStringList FakeWorkspace::openedFiles() const {
-    QMutexLocker locker(&_lock);
-    return _openedFiles;
-}
-
-QList<QUrl> FakeWorkspace::openedUrls() const {
-    QMutexLocker locker(&_lock);
-    return _openedUrls;
-}
-
-QStringList FakeWorkspace::openedUrlTexts() const {
-    QMutexLocker locker(&_lock);
-    return _openedUrlTexts;
-}
-
-QStringList FakeWorkspace::selectedFiles() const {
-    QMutexLocker locker(&_lock);
-    return _selectedFiles;
 }
 
 void FakeWorkspace::clearRecords() {

@@ -11,8 +11,6 @@
 // and every open is recorded for the test to look at. Thread-safe.
 class FakeWorkspace : public LWWorkspace {
 public:
-    FakeWorkspace();
-
     LWIconImage iconForFile(const QString& path) const override;
     bool setIcon(const LWIconImage& icon, const QString& path) override;
     std::optional<LWTimestamp> contentModificationDate(const QString& path) const override;
@@ -28,15 +26,20 @@ public:
     void setInstalledApplication(const QString& identifier, const QString& path);
 
     // What the code under test did.
-    bool hasCustomIcon(const QString& path) const;
-    LWIconImage customIcon(const QString& path) const;
-    QStringList openedFiles() const;
-    QList<QUrl> openedUrls() const;
-    QStringList openedUrlTexts() const;
-    QStringList selectedFiles() const;
+    bool hasCustomIcon(const QString& path) const { return locked(_customIcons).contains(path); }
+    QStringList openedFiles() const { return locked(_openedFiles); }
+    QList<QUrl> openedUrls() const { return locked(_openedUrls); }
+    QStringList openedUrlTexts() const { return locked(_openedUrlTexts); }
+    QStringList selectedFiles() const { return locked(_selectedFiles); }
     void clearRecords();
 
 private:
+    // A copy taken under the lock.
+    template <typename T> T locked(const T& value) const {
+        QMutexLocker locker(&_lock);
+        return value;
+    }
+
     mutable QMutex _lock;
     QHash<QString, LWIconImage> _customIcons;
     QHash<QString, QString> _installed;
