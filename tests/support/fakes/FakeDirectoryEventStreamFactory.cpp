@@ -46,13 +46,12 @@ FakeDirectoryEventStreamFactory::~FakeDirectoryEventStreamFactory() = default;
 
 std::unique_ptr<DWDirectoryEventStream>
 FakeDirectoryEventStreamFactory::createStream(const QSet<QString>& directories,
-                                              double latencySeconds, quint64 sinceEventId,
+                                              double latencySeconds, quint64,
                                               DWDirectoryEventStream::Callback callback) {
     if (_failsToCreate)
         return nullptr;
     ++_created;
     _lastLatency = latencySeconds;
-    _lastSinceEventId = sinceEventId;
     return std::make_unique<FakeDirectoryEventStream>(_state, directories, std::move(callback));
 }
 

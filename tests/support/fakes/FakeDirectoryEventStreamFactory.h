@@ -35,7 +35,6 @@ public:
     QSet<QString> runningDirectories() const;
     int streamsCreated() const { return _created; }
     double lastLatency() const { return _lastLatency; }
-    quint64 lastSinceEventId() const { return _lastSinceEventId; }
 
     struct State;
 
@@ -44,6 +43,5 @@ private:
     bool _failsToCreate = false;
     int _created = 0;
     double _lastLatency = 0;
-    quint64 _lastSinceEventId = 0;
     quint64 _nextEventId = 1;
 };
