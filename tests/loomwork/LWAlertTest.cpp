@@ -152,11 +152,12 @@ TEST_F(AlertTest, HandedOverSheetsReportTheCodeOrTheSelectedChoice) {
         int selected; // -2 keeps the pop-up's own selection
         int button;
         int expected;
-    } cases[] = {
-        {Choices, true, {"a", "b", "c"}, -2, 1, 0}, {Choices, true, {"a", "b", "c"}, 2, 1, 2},
-        {Choices, true, {"a", "b", "c"}, 2, 0, -1}, {Choices, true, {}, -2, 1, -1},
-        {Choices, false, {"a", "b"}, 1, 1000, -1},  {OwnPopUp, true, {"x", "y"}, 1, 1, 1},
-        {NoPopUp, false, {}, -2, 1001, 1001}};
+    } cases[] = {{Choices, true, {"a", "b", "c"}, 2, 1, 2},
+                 {Choices, true, {"a", "b", "c"}, 2, 0, -1},
+                 {Choices, true, {}, -2, 1, -1},
+                 {Choices, false, {"a", "b"}, 1, 1000, -1},
+                 {OwnPopUp, true, {"x", "y"}, 1, 1, 1},
+                 {NoPopUp, false, {}, -2, 1001, 1001}};
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::Message() << "pop-up " << c.popUp << ", " << c.choices.size()
                                           << " choices, button " << c.button);

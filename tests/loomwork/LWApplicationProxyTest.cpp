@@ -20,7 +20,6 @@ void PrintTo(const Call& call, std::ostream* out) {
          << LWApplicationProxy::describeList(call.arguments).toStdString();
 }
 
-// A handler that records every command it receives.
 class RecordingHandler : public LWApplicationProxyHandler {
 public:
     explicit RecordingHandler(const QStringList& commands) {

@@ -128,7 +128,6 @@ TEST(ArrayAdditions, SafeAndRotatingAccessAndMapping) {
     EXPECT_EQ(lw::objectAfter(list, s("c"), true), s("a"));
     EXPECT_FALSE(lw::objectAfter(list, s("c"), false));
     EXPECT_EQ(lw::objectBefore(list, s("a"), true), s("c"));
-    EXPECT_FALSE(lw::objectBefore(list, s("a"), false));
     EXPECT_FALSE(lw::objectAfter(list, s("z"), true));
     // The first equal element counts.
     EXPECT_EQ(lw::objectAfter(QStringList{"x", "y", "x", "z"}, s("x"), false), s("y"));
@@ -190,7 +189,6 @@ TEST(Preferences, LiveUnderTheTestsPrivateConfigFolder) {
     EXPECT_EQ(again.dataForKey(u"TaskLists"_s), QByteArray("\x00\xff\x01", 3));
     again.removeObject(u"TaskLists"_s);
     EXPECT_FALSE(prefs.contains(u"TaskLists"_s));
-    EXPECT_FALSE(prefs.boolForKey(u"DebugLoggingEnabled"_s));
 
     // Hand-edited booleans.
     dwtest::writeFile(prefs.fileName(), "[General]\na=NO\nb=no\nc=false\nd=0\ne=maybe\nf=\n"
