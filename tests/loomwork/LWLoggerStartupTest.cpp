@@ -5,8 +5,8 @@
 #include "logging/LWLogger.h"
 
 #include <QJsonObject>
-#include <QThread>
 #include <gtest/gtest.h>
+#include <thread>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -19,13 +19,11 @@ TEST(LoggerStartup, InformationListAndDebugPreferenceConfigureTheFirstLogger) {
     // First used from several threads at once: one logger, configured once.
     ::testing::internal::CaptureStderr();
     LWLogger* seen[4] = {};
-    std::vector<std::unique_ptr<QThread>> workers;
-    for (auto& slot : seen) {
-        workers.emplace_back(QThread::create([&slot] { slot = LWLogger::sharedInstance(); }));
-        workers.back()->start();
+    {
+        std::vector<std::jthread> workers;
+        for (auto& slot : seen)
+            workers.emplace_back([&slot] { slot = LWLogger::sharedInstance(); });
     }
-    for (auto& worker : workers)
-        worker->wait();
     LWLogger* logger = LWLogger::sharedInstance();
     const QString out = QString::fromStdString(::testing::internal::GetCapturedStderr());
     for (LWLogger* other : seen)

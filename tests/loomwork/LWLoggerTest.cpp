@@ -1,8 +1,8 @@
 #include "logging/LWLogger.h"
 
 #include <QRegularExpression>
-#include <QThread>
 #include <gtest/gtest.h>
+#include <thread>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -83,16 +83,14 @@ TEST_F(LoggerTest, BacklogKeepsTheNewestLinesPrintedOrNotAndShrinksAtTheNextMess
 TEST_F(LoggerTest, BacklogStaysIntactUnderConcurrentCalls) {
     logger->setMaxLogLevel(0);
     logger->setMessageBacklogSize(100);
-    std::vector<std::unique_ptr<QThread>> workers;
-    for (int t = 0; t < 4; ++t) {
-        workers.emplace_back(QThread::create([this, t] {
-            for (int i = 0; i < 2000; ++i)
-                logger->log(u"t%1 #%2"_s.arg(t).arg(i), 3, u"f.cpp"_s, u"-[T t]"_s, i);
-        }));
-        workers.back()->start();
+    {
+        std::vector<std::jthread> workers;
+        for (int t = 0; t < 4; ++t)
+            workers.emplace_back([this, t] {
+                for (int i = 0; i < 2000; ++i)
+                    logger->log(u"t%1 #%2"_s.arg(t).arg(i), 3, u"f.cpp"_s, u"-[T t]"_s, i);
+            });
     }
-    for (auto& worker : workers)
-        worker->wait();
     const QStringList backlog = logger->messageBacklog();
     ASSERT_EQ(backlog.size(), 100);
     for (const QString& line : backlog)
