@@ -160,11 +160,11 @@ protected:
             cells.append(delegate->taskListsModel()->objectValue(u"openTasks"_s, row));
         return cells;
     }
-    // The menu's titles top to bottom, separators as "---".
+    // The menu's titles top to bottom as shown, separators as "---".
     QStringList menuTitles() const {
         QStringList titles;
         for (QAction* action : delegate->statusMenu()->actions())
-            titles.append(action->isSeparator() ? u"---"_s : action->text());
+            titles.append(action->isSeparator() ? u"---"_s : action->iconText());
         return titles;
     }
     // How many logged lines carry this message from this function.

@@ -1,5 +1,4 @@
 #include "ControllerTestSupport.h"
-#include "controller/DWTaskListTableModel.h"
 #include "ui/LWAlert.h"
 #include "views/ABViewSelectingController.h"
 #include "views/DWBadgeImage.h"
@@ -26,9 +25,6 @@ inline void PrintTo(const QString& text, std::ostream* out) {
 }
 
 namespace {
-const QString kText = u"Example Task List.txt"_s;
-const QString kTaskPaper = u"Example Task List.taskpaper"_s;
-
 std::unique_ptr<QMimeData> fileDrag(const QStringList& paths) {
     auto data = std::make_unique<QMimeData>();
     QList<QUrl> urls;
@@ -87,8 +83,12 @@ TEST_F(WindowControlsTest, DropsAddTheTextFilesInOrderWhenCopyingWhileOn) {
     QDir().mkpath(folderNamedLikeText);
     const auto data = fileDrag({notes, image, folderNamedLikeText, work});
 
+    // Refused: a drag that offers no copy, nothing that is text, no files at all.
     EXPECT_FALSE(dragAndDrop(data.get(), Qt::MoveAction | Qt::LinkAction));
-    EXPECT_TRUE(app.taskLists().isEmpty());
+    EXPECT_FALSE(dragAndDrop(fileDrag({image, folderNamedLikeText}).get(), Qt::CopyAction));
+    QMimeData words;
+    words.setUrls({QUrl(u"https://example.org/list.md"_s)});
+    EXPECT_FALSE(dragAndDrop(&words, Qt::CopyAction));
     dwtest::processEventsFor(300); // the first full menu, built once the window painted
     // A spy, not a lambda on a local: rebuilds go on after the test's end.
     QSignalSpy menuRebuilds(&app, &DotwiseAppDelegate::statusMenuRebuilt);
@@ -101,53 +101,66 @@ TEST_F(WindowControlsTest, DropsAddTheTextFilesInOrderWhenCopyingWhileOn) {
                      u"-[DotwiseAppDelegate tableView:acceptDrop:row:dropOperation:]"_s),
               1);
 
-    // Nothing that is text, or no files at all: refused.
-    EXPECT_FALSE(dragAndDrop(fileDrag({image, folderNamedLikeText}).get(), Qt::CopyAction));
-    QMimeData words;
-    words.setUrls({QUrl(u"https://example.org/list.md"_s)});
-    EXPECT_FALSE(dragAndDrop(&words, Qt::CopyAction));
-
     app.onOffButton()->click();
     EXPECT_FALSE(
         dragAndDrop(fileDrag({makeFile(u"more.md"_s, "- [ ] c\n")}).get(), Qt::CopyAction));
-    EXPECT_EQ(listedPaths(), (QStringList{notes, work}));
 }
 
-TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListOnlyWhileOnAndDoubleClickOpens) {
-    const QStringList lists = startWithLists({u"a.md"_s, u"b.md"_s, u"c.md"_s});
-    const QString &a = lists[0], &b = lists[1], &c = lists[2];
+namespace {
+// A desktop that opens items with one click.
+class SingleClickStyle : public QProxyStyle {
+public:
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* returned) const override {
+        if (hint == SH_ItemView_ActivateItemOnSingleClick)
+            return 1;
+        return QProxyStyle::styleHint(hint, option, widget, returned);
+    }
+};
+} // namespace
+
+TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListWhileOnAndRowsOpenAsActivated) {
+    const QStringList lists = startWithLists({u"a.md"_s, u"b.md"_s, u"c.md"_s, u"d.md"_s});
+    const QString &b = lists[1], &c = lists[2], &d = lists[3];
     DotwiseAppDelegate& app = *delegate;
 
     table()->clearSelection();
     QTest::keyClick(table(), Qt::Key_Delete);
-    EXPECT_EQ(listedPaths(), (QStringList{a, b, c}));
+    EXPECT_EQ(listedPaths(), lists);
     table()->selectRow(1);
     QTest::keyClick(table(), Qt::Key_Delete);
-    EXPECT_EQ(savedPaths(), (QStringList{a, c}));
     app.waitUntilBadgeUpdatesFinish(); // the badge comes off on the worker
     EXPECT_FALSE(workspace.hasCustomIcon(b));
     EXPECT_TRUE(QFile::exists(b));
     // Backspace pressed elsewhere in the window reaches the controller too.
     table()->selectRow(0);
     QTest::keyClick(app.hideOrQuitButton(), Qt::Key_Backspace);
-    EXPECT_EQ(listedPaths(), QStringList{c});
+    EXPECT_EQ(savedPaths(), (QStringList{c, d}));
 
-    // Below the rows a double-click opens nothing.
-    const QRect row = table()->visualRect(app.taskListsModel()->index(0, 0));
-    QTest::mouseDClick(table()->viewport(), Qt::LeftButton, {}, row.center() + QPoint(0, 40));
-    EXPECT_TRUE(workspace.openedFiles().isEmpty());
+    // Enter on a row opens it, and a desktop's single click; not below the rows.
+    table()->selectRow(1);
+    QTest::keyClick(table(), Qt::Key_Return);
+    EXPECT_TRUE(app.mainWindow()->isVisible()); // not the Hide button's Return
+    const QRect first = table()->visualRect(app.taskListsModel()->index(0, 0));
+    const QPoint belowRows = first.center() + QPoint(0, 3 * first.height());
+    SingleClickStyle style;
+    table()->setStyle(&style);
+    QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, first.center());
+    QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, belowRows);
+    table()->setStyle(nullptr);
+    QTest::mouseDClick(table()->viewport(), Qt::LeftButton, {}, belowRows);
+    EXPECT_EQ(workspace.openedFiles(), (QStringList{d, c}));
 
     // Switched off: the keys change nothing, but the lists still open.
     app.onOffButton()->click();
     table()->selectRow(0);
     QTest::keyClick(app.mainWindow(), Qt::Key_Delete);
     QTest::keyClick(app.mainWindow(), Qt::Key_Backspace);
-    EXPECT_EQ(listedPaths(), QStringList{c});
-    QTest::mouseDClick(table()->viewport(), Qt::LeftButton, {}, row.center());
-    EXPECT_EQ(workspace.openedFiles(), QStringList{c});
+    EXPECT_EQ(listedPaths(), (QStringList{c, d}));
+    QTest::mouseDClick(table()->viewport(), Qt::LeftButton, {}, first.center());
+    EXPECT_EQ(workspace.openedFiles(), (QStringList{d, c, c}));
 }
 
-// Badge updates refresh the table while the user works in it.
 TEST_F(WindowControlsTest, UpdatesKeepTheSelectionAndScrollAndNewRowsComeIntoView) {
     QStringList names;
     for (int i = 0; i < 30; ++i)
@@ -176,38 +189,6 @@ TEST_F(WindowControlsTest, UpdatesKeepTheSelectionAndScrollAndNewRowsComeIntoVie
     app.addFileToWatchList(makeFile(u"new.md"_s, "- [ ] one\n"));
     const QRect added = table()->visualRect(app.taskListsModel()->index(29, 0));
     EXPECT_TRUE(table()->viewport()->rect().contains(added)) << added.y();
-}
-
-namespace {
-// A desktop that opens items with one click.
-class SingleClickStyle : public QProxyStyle {
-public:
-    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
-                  QStyleHintReturn* returned) const override {
-        if (hint == SH_ItemView_ActivateItemOnSingleClick)
-            return 1;
-        return QProxyStyle::styleHint(hint, option, widget, returned);
-    }
-};
-} // namespace
-
-TEST_F(WindowControlsTest, RowsOpenAsTheDesktopActivatesThemAndWithEnter) {
-    const QStringList lists = startWithLists({u"a.md"_s, u"b.md"_s});
-    const QString &a = lists[0], &b = lists[1];
-    DotwiseAppDelegate& app = *delegate;
-
-    table()->selectRow(1);
-    QTest::keyClick(table(), Qt::Key_Return);
-    EXPECT_EQ(workspace.openedFiles(), QStringList{b});
-    EXPECT_TRUE(app.mainWindow()->isVisible()); // not the Hide button's Return
-
-    SingleClickStyle style;
-    table()->setStyle(&style);
-    const QRect first = table()->visualRect(app.taskListsModel()->index(0, 0));
-    QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, first.center());
-    QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, first.center() + QPoint(0, 80));
-    EXPECT_EQ(workspace.openedFiles(), (QStringList{b, a}));
-    table()->setStyle(nullptr);
 }
 
 TEST_F(WindowControlsTest, KnobIsPlacedAtOnceAtStartSlidesOnAClickAndTabAndSpaceReachIt) {
@@ -247,62 +228,54 @@ TEST_F(WindowControlsTest, KnobIsPlacedAtOnceAtStartSlidesOnAClickAndTabAndSpace
     EXPECT_EQ(loginItem->writeCount(), 0);
 }
 
-TEST_F(WindowControlsTest, ReturnOrClosingHidesWhileOnAndQuitsWhileOff) {
-    const QString a = makeFile(u"a.md"_s, "- [ ] one\n");
-    saveTaskLists({a});
-    const QByteArray saved = LWPreferences::standard().dataForKey(u"TaskLists"_s);
-    DotwiseAppDelegate& app = start(true);
-    app.mainWindow()->close();
-    dwtest::processEventsFor(20);
-    EXPECT_EQ(terminations, 0);
-    EXPECT_FALSE(app.applicationShouldHandleReopen());
-    EXPECT_TRUE(app.mainWindow()->isVisible());
-    QTest::keyClick(table(), Qt::Key_Return); // Hide/Quit is the default button
-    EXPECT_TRUE(dwtest::waitUntil([&] { return !app.mainWindow()->isVisible(); }, 2000));
-    EXPECT_EQ(terminations, 0);
-
+// Hide and closing put the window away while on, into the tray or, with no
+// tray to bring it back from, minimised; while off they quit.
+TEST_F(WindowControlsTest, HideReturnAndClosingPutTheWindowAwayWhileOnAndQuitWhileOff) {
+    startWithLists({u"a.md"_s});
+    DotwiseAppDelegate& app = *delegate;
+    QMainWindow* window = app.mainWindow();
     // Quitting stops the watcher only: badges and the saved list stay.
-    app.waitUntilBadgeUpdatesFinish();
+    const QByteArray saved = LWPreferences::standard().dataForKey(u"TaskLists"_s);
     workspace.clearEvents();
     app.applicationWillTerminate();
     EXPECT_FALSE(app.fileWatcher()->isStreaming());
     EXPECT_TRUE(workspace.events().isEmpty());
     EXPECT_EQ(LWPreferences::standard().dataForKey(u"TaskLists"_s), saved);
 
-    app.applicationShouldHandleReopen();
-    app.onOffButton()->click();
-    QTest::keyClick(app.onOffButton(), Qt::Key_Enter, Qt::KeypadModifier);
-    EXPECT_TRUE(dwtest::waitUntil([&] { return terminations == 1; }, 2000));
-    app.hideOrQuitButton()->click();
-    EXPECT_EQ(terminations, 2);
-    app.mainWindow()->close();
-    EXPECT_TRUE(dwtest::waitUntil([&] { return terminations == 3; }, 1000));
-}
-
-TEST_F(WindowControlsTest, WithoutATrayHideAndClosingMinimiseUntilATrayAppears) {
-    trayAvailable = false;
-    DotwiseAppDelegate& app = start(true);
-    QMainWindow* window = app.mainWindow();
-    const auto putAway = [&](const std::function<void()>& action) {
-        action();
-        dwtest::processEventsFor(20);
-        const bool minimised = window->isVisible() && window->isMinimized();
-        app.applicationShouldHandleReopen(); // a second start brings it back
-        EXPECT_TRUE(window->isVisible() && !window->isMinimized());
-        return minimised;
+    using Action = std::function<void()>;
+    const Action close = [&] { window->close(); };
+    const Action hide = [&] { app.hideOrQuitButton()->click(); };
+    // Hide/Quit is the window's default button.
+    const Action returnKey = [&] { QTest::keyClick(table(), Qt::Key_Return); };
+    const Action enterKey = [&] {
+        QTest::keyClick(app.onOffButton(), Qt::Key_Enter, Qt::KeypadModifier);
     };
-    EXPECT_TRUE(putAway([&] { app.hideOrQuitButton()->click(); }));
-    EXPECT_TRUE(putAway([&] { window->close(); }));
-    EXPECT_EQ(terminations, 0);
-
-    // A panel came up later: hidden again, and the tray item brings it back.
-    trayAvailable = true;
-    EXPECT_FALSE(putAway([&] { window->close(); }));
-    app.hideOrQuitButton()->click();
-    EXPECT_FALSE(window->isVisible());
-    app.showDotwiseWindowAction(nullptr);
-    EXPECT_TRUE(window->isVisible() && !window->isMinimized());
-    EXPECT_EQ(terminations, 0);
+    const struct {
+        bool tray, on;
+        Action action;
+        QString after;
+    } cases[] = {{true, true, close, u"hidden"_s},    {true, true, returnKey, u"hidden"_s},
+                 {false, true, hide, u"minimised"_s}, {false, true, close, u"minimised"_s},
+                 {true, true, hide, u"hidden"_s},     {true, false, enterKey, u"quit"_s},
+                 {true, false, hide, u"quit"_s},      {true, false, close, u"quit"_s}};
+    for (const auto& c : cases) {
+        trayAvailable = c.tray;
+        app.setIsDotwiseEnabled(c.on);
+        const int before = terminations;
+        const auto state = [&] {
+            return terminations > before   ? u"quit"_s
+                   : window->isMinimized() ? u"minimised"_s
+                   : !window->isVisible()  ? u"hidden"_s
+                                           : u"shown"_s;
+        };
+        c.action();
+        dwtest::waitUntil([&] { return state() != u"shown"_s; }, 2000);
+        dwtest::processEventsFor(20); // a second quit would come now
+        EXPECT_EQ(state(), c.after) << "tray " << c.tray << ", on " << c.on;
+        EXPECT_EQ(terminations, before + (c.after == u"quit"_s));
+        EXPECT_FALSE(app.applicationShouldHandleReopen()); // a second start brings it back
+        EXPECT_TRUE(window->isVisible() && !window->isMinimized());
+    }
 }
 
 TEST_F(WindowControlsTest, SwitchedOffTextsKeepAReadableContrast) {
@@ -335,33 +308,55 @@ TEST_F(WindowControlsTest, SwitchedOffTextsKeepAReadableContrast) {
               DWTextContrast::kMinimumRatio);
 }
 
-TEST_F(WindowControlsTest, TrayMenuShowsAmpersandsAndSharpBadgesAndClicksNeverStray) {
+TEST_F(ControllerTest, TheTrayMenuListsTaskListsWhileOnWithTheirNamesAndSharpBadges) {
+    const QStringList fixed = {u"Show Dotwise Window"_s, u"---"_s, u"Make a Suggestion\u2026"_s};
     DotwiseAppDelegate& app = start(true);
-    app.addFileToWatchList(makeFile(u"Home & Garden.md"_s, "- [ ] a\n- [ ] b\n"));
+    EXPECT_EQ(menuTitles(), fixed);
+
+    // Two files of one name in two folders: two items, each opening its own,
+    // their names shown as they are (no mnemonic).
+    const QString first = makeFile(u"one/Home & Garden.md"_s, "- [ ] a\n");
+    const QString second = makeFile(u"two/Home & Garden.md"_s, "- [ ] a\n- [ ] b\n");
+    app.addFileToWatchList(first);
+    app.addFileToWatchList(second);
     app.waitUntilBadgeUpdatesFinish();
-    QAction* item = app.statusMenu()->actions().at(0);
-    EXPECT_EQ(item->iconText(), u"Home & Garden.md"_s); // the text as shown, no mnemonic
+    const QStringList two = {u"Home & Garden.md"_s, u"Home & Garden.md"_s, u"---"_s};
+    EXPECT_EQ(menuTitles(), two + fixed);
+    app.statusMenu()->actions().at(1)->trigger();
+    EXPECT_EQ(workspace.openedFiles(), QStringList{second});
     // On a HiDPI menu: the badge drawn with twice the pixels, not scaled up.
-    const QImage shown = item->icon()
-                             .pixmap(QSize(15, 15), 2.0)
-                             .toImage()
-                             .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const QImage shown =
+        app.statusMenu()->actions().at(1)->icon().pixmap(QSize(15, 15), 2.0).toImage();
     const QImage sharp = DWBadgeImage(QSizeF(15, 15), 2, false, 2.0).image();
-    ASSERT_EQ(shown.size(), sharp.size());
-    EXPECT_EQ(shown.copy(), sharp.copy()) << "scaled from 1x";
-    // The tray tells no position here (as over StatusNotifierItem): a left
-    // click brings the window forward and opens no menu somewhere else.
+    EXPECT_EQ(shown.convertToFormat(sharp.format()), sharp) << "scaled from 1x";
+
+    app.setIsDotwiseEnabled(false);
+    EXPECT_EQ(menuTitles(), fixed);
+    // Back on, without the first list: the remaining item opens its own file.
+    app.setIsDotwiseEnabled(true);
+    app.removeTaskListFromWatchList(app.taskListForFile(first));
+    EXPECT_EQ(menuTitles(), two.mid(1) + fixed);
+    app.statusMenu()->actions().at(0)->trigger();
+    EXPECT_EQ(workspace.openedFiles(), (QStringList{second, second}));
+
+    // However often it is rebuilt, there is one tray item. It tells no position
+    // here (as over StatusNotifierItem): a left click brings the window forward
+    // and opens no menu somewhere else.
+    app._updateStatusMenu();
+    EXPECT_EQ(app.findChildren<QSystemTrayIcon*>().size(), 1);
     app.mainWindow()->hide();
     emit app.statusMenuItem()->activated(QSystemTrayIcon::Trigger);
     EXPECT_TRUE(app.mainWindow()->isVisible());
     EXPECT_FALSE(app.statusMenu()->isVisible());
+    app.mainWindow()->hide();
+    app.statusMenu()->actions().at(2)->trigger(); // "Show Dotwise Window"
+    EXPECT_TRUE(app.mainWindow()->isVisible());
 }
 
 class FirstRunTest : public WindowControlsTest {
 protected:
     void SetUp() override {
         WindowControlsTest::SetUp();
-        LWPreferences::standard().removeObject(u"DidCreateExampleData"_s);
         desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
         QDir().mkpath(desktop);
     }
@@ -374,60 +369,55 @@ protected:
         }
         WindowControlsTest::TearDown();
     }
-    // Answers the welcome sheet and returns the folder chooser it opens.
-    QFileDialog* answerWelcome() {
+    // A first start: returns the folder chooser the welcome sheet's answer opens.
+    QFileDialog* startAndAnswerWelcome() {
+        delegate.reset();
+        LWPreferences::standard().removeObject(u"DidCreateExampleData"_s);
+        start(true);
+        // The offer counts as made before the user has answered anything.
+        EXPECT_TRUE(LWPreferences::standard().boolForKey(u"DidCreateExampleData"_s));
         const QList<LWAlert*> alerts = LWAlert::activeAlerts();
         if (alerts.size() != 1)
             return nullptr;
-        EXPECT_EQ(alerts[0]->messageText(),
-                  u"To get started, please select a folder for the two example task lists."_s);
-        EXPECT_EQ(alerts[0]->informativeText(), u"Hint: The desktop will work just fine."_s);
-        EXPECT_EQ(alerts[0]->buttons().value(0)->text(), u"Select Folder"_s);
+        EXPECT_EQ((QStringList{alerts[0]->messageText(), alerts[0]->informativeText(),
+                               alerts[0]->buttons().value(0)->text()}),
+                  (QStringList{
+                      u"To get started, please select a folder for the two example task lists."_s,
+                      u"Hint: The desktop will work just fine."_s, u"Select Folder"_s}));
         EXPECT_TRUE(alerts[0]->clickButtonWithReturnCode(1));
         dwtest::processEventsFor(20);
         return delegate->mainWindow()->findChild<QFileDialog*>();
-    }
-    static void choose(QFileDialog* chooser, const QString& folder) {
-        chooser->setDirectory(folder);
-        static_cast<QDialog*>(chooser)->accept();
     }
     QString desktop;
 };
 
 TEST_F(FirstRunTest, ExamplesGoIntoTheChosenFolderAnExistingOneIsLeftAlone) {
-    start(true);
-    // The offer counts as made before the user has answered anything.
-    EXPECT_TRUE(LWPreferences::standard().boolForKey(u"DidCreateExampleData"_s));
-    QFileDialog* chooser = answerWelcome();
+    // Cancelled: nothing made.
+    QFileDialog* chooser = startAndAnswerWelcome();
     ASSERT_TRUE(chooser);
     EXPECT_EQ(QDir(chooser->directory()).canonicalPath(), QDir(desktop).canonicalPath());
+    chooser->reject();
+    EXPECT_TRUE(delegate->taskLists().isEmpty());
+    EXPECT_FALSE(QFile::exists(desktop + u"/Example Task List.txt"_s));
 
     // An example already there is left alone and not watched; the text one is
     // added with its style, without asking.
+    chooser = startAndAnswerWelcome();
+    ASSERT_TRUE(chooser);
     const QString chosen = folder + u"/Lists"_s;
-    const QString text = chosen + u'/' + kText, mine = chosen + u'/' + kTaskPaper;
+    const QString text = chosen + u"/Example Task List.txt"_s;
+    const QString mine = chosen + u"/Example Task List.taskpaper"_s;
     dwtest::writeFile(mine, "- my own list\n");
-    choose(chooser, chosen);
+    chooser->setDirectory(chosen);
+    static_cast<QDialog*>(chooser)->accept();
     EXPECT_EQ(savedPaths(), QStringList{text});
     EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
     EXPECT_EQ(delegate->taskLists().at(0)->ruleSet()->name(),
               DWTaskRuleSet::squareBracketStyleName);
-    EXPECT_EQ(logged(u"Created example file: %1"_s.arg(kText),
+    EXPECT_EQ(logged(u"Created example file: %1"_s.arg(u"Example Task List.txt"_s),
                      u"-[DotwiseAppDelegate makeExampleFile:inDirectory:rules:]"_s),
               1);
     delegate->waitUntilBadgeUpdatesFinish();
     EXPECT_TRUE(workspace.hasCustomIcon(text));
     EXPECT_FALSE(workspace.hasCustomIcon(mine));
-}
-
-TEST_F(FirstRunTest, CancellingMakesNothingAndUsesUpTheOffer) {
-    start(true);
-    QFileDialog* chooser = answerWelcome();
-    ASSERT_TRUE(chooser);
-    chooser->reject();
-    EXPECT_TRUE(delegate->taskLists().isEmpty());
-    EXPECT_FALSE(QFile::exists(desktop + u'/' + kText));
-    delegate.reset();
-    start(true);
-    EXPECT_TRUE(LWAlert::activeAlerts().isEmpty());
 }

@@ -103,39 +103,6 @@ TEST_F(ControllerTest, PlainTextFilesAreAddedOnlyOnceTheirStyleIsChosen) {
               1);
 }
 
-TEST_F(ControllerTest, TheMenuListsTaskListsOnlyWhileBadgingIsOn) {
-    const QStringList fixed = {u"Show Dotwise Window"_s, u"---"_s, u"Make a Suggestion\u2026"_s};
-    DotwiseAppDelegate& app = start(true);
-    EXPECT_EQ(menuTitles(), fixed);
-
-    // Two files of one name in two folders: two items, each opening its own.
-    const QString first = makeFile(u"one/list.md"_s, "- [ ] a\n");
-    const QString second = makeFile(u"two/list.md"_s, "- [ ] a\n- [ ] b\n");
-    app.addFileToWatchList(first);
-    app.addFileToWatchList(second);
-    app.waitUntilBadgeUpdatesFinish();
-    const QStringList two = {u"list.md"_s, u"list.md"_s, u"---"_s};
-    EXPECT_EQ(menuTitles(), two + fixed);
-    app.statusMenu()->actions().at(1)->trigger();
-    EXPECT_EQ(workspace.openedFiles(), QStringList{second});
-
-    app.setIsDotwiseEnabled(false);
-    EXPECT_EQ(menuTitles(), fixed);
-    // Back on, without the first list: the remaining item opens its own file.
-    app.setIsDotwiseEnabled(true);
-    app.removeTaskListFromWatchList(app.taskListForFile(first));
-    EXPECT_EQ(menuTitles(), two.mid(1) + fixed);
-    app.statusMenu()->actions().at(0)->trigger();
-    EXPECT_EQ(workspace.openedFiles(), (QStringList{second, second}));
-
-    // However often it is rebuilt, there is one tray item.
-    app._updateStatusMenu();
-    EXPECT_EQ(app.findChildren<QSystemTrayIcon*>().size(), 1);
-    app.mainWindow()->hide();
-    app.statusMenu()->actions().at(2)->trigger(); // "Show Dotwise Window"
-    EXPECT_TRUE(app.mainWindow()->isVisible());
-}
-
 TEST_F(ControllerTest, TheLinksCarryTheVersionAndTheVariation) {
     const LWBundle saved = LWBundle::mainBundle();
     QJsonObject info = saved.infoDictionary();
