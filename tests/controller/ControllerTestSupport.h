@@ -24,6 +24,10 @@
 
 using namespace Qt::StringLiterals;
 
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << text.toStdString();
+}
+
 // The fake workspace, recording icon and date writes in order ("remove a.md",
 // "set a.md", "date a.md"), with a gate that holds badge updates in
 // iconForFile, or in the middle of writing a badge, until the test opens it.
@@ -49,13 +53,6 @@ public:
     QStringList events() const {
         std::lock_guard locker(_lock);
         return _events;
-    }
-    QStringList eventsFor(const QString& fileName) const {
-        QStringList kinds;
-        for (const QString& event : events())
-            if (event.section(' ', 1) == fileName)
-                kinds.append(event.section(' ', 0, 0));
-        return kinds;
     }
     void clearEvents() {
         std::lock_guard locker(_lock);
@@ -152,6 +149,13 @@ protected:
         const auto lists =
             DWTaskList::unarchiveTaskLists(LWPreferences::standard().dataForKey(u"TaskLists"_s));
         return lists ? pathsOf(*lists) : QStringList();
+    }
+    // What the workspace was asked to do for this action and the badge work it started.
+    QStringList eventsAfter(const std::function<void()>& action) {
+        workspace.clearEvents();
+        action();
+        delegate->waitUntilBadgeUpdatesFinish();
+        return workspace.events();
     }
     QStringList listedPaths() const { return pathsOf(delegate->taskLists()); }
     QStringList openTasksColumn() const {

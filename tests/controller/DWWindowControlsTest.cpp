@@ -20,10 +20,6 @@
 #include <QTableView>
 #include <QTest>
 
-inline void PrintTo(const QString& text, std::ostream* out) {
-    *out << text.toStdString();
-}
-
 namespace {
 std::unique_ptr<QMimeData> fileDrag(const QStringList& paths) {
     auto data = std::make_unique<QMimeData>();

@@ -14,37 +14,6 @@ namespace {
 const QString launching = u"-[DotwiseAppDelegate applicationDidFinishLaunching:]"_s;
 } // namespace
 
-TEST_F(ControllerTest, StartUpDropsAMissingFileAndKeepsTheOthersInOrder) {
-    const QString a = makeFile(u"a.md"_s, "- [ ] 1\n"), b = makeFile(u"b.md"_s, "- [ ] 2\n"),
-                  c = makeFile(u"c.md"_s, "- [ ] 3\n");
-    saveTaskLists({a, b, c});
-    ASSERT_TRUE(QFile::remove(b));
-
-    DotwiseAppDelegate& app = start(/*launchAtLogin=*/false);
-    EXPECT_EQ(savedPaths(), (QStringList{a, c}));
-    EXPECT_EQ(logged(u"Removing file from watchlist, because it doesn't exist anymore: %1"_s.arg(b),
-                     launching),
-              1);
-    EXPECT_EQ(openTasksColumn(), (QStringList{u"n/a"_s, u"n/a"_s}));
-    // Badging is off (autostart turned off outside Dotwise): the badges an
-    // earlier session left come off, the missing file's too.
-    app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(workspace.events(),
-              (QStringList{u"remove a.md"_s, u"remove c.md"_s, u"remove b.md"_s}));
-    const QList<QString> watched = app.fileWatcher()->watchedFiles();
-    EXPECT_EQ(QSet<QString>(watched.begin(), watched.end()), (QSet<QString>{a, c}));
-
-    // The watcher runs while off: a deleted file leaves the list too.
-    ASSERT_TRUE(QFile::remove(c));
-    workspace.clearEvents();
-    streams->deliver(folder);
-    app.waitUntilBadgeUpdatesFinish();
-    EXPECT_EQ(savedPaths(), QStringList{a});
-    EXPECT_EQ(logged(u"File deleted: %1"_s.arg(c), u"-[DotwiseAppDelegate fileDeletedAtPath:]"_s),
-              1);
-    EXPECT_EQ(workspace.events(), QStringList{u"remove c.md"_s});
-}
-
 TEST_F(ControllerTest, DamagedSavedListStartsEmptyWithACopyKeptAsideFromTheNextSave) {
     const QByteArray damaged("\xbf\x00garbage", 9);
     LWPreferences::standard().setObject(u"TaskLists"_s, damaged);
