@@ -13,6 +13,7 @@
 #include "monitoring/DWFileWatcher.h"
 #include "platform/DWEmblemTheme.h"
 #include "support/TestEnvironment.h"
+#include "ui/LWAlert.h"
 
 #include <QAction>
 #include <QMenu>
@@ -21,6 +22,7 @@
 #include <condition_variable>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -50,13 +52,10 @@ public:
         return FakeWorkspace::setContentModificationDate(path, date);
     }
 
-    QStringList events() const {
+    // The writes recorded since the last call.
+    QStringList takeEvents() {
         std::lock_guard locker(_lock);
-        return _events;
-    }
-    void clearEvents() {
-        std::lock_guard locker(_lock);
-        _events.clear();
+        return std::exchange(_events, {});
     }
     void closeGate(Gate gate = Gate::IconRead) {
         std::lock_guard locker(_lock);
@@ -103,6 +102,9 @@ protected:
         folder = dwtest::homePath() + QLatin1Char('/') + QString::fromLatin1(info->name());
     }
     void TearDown() override {
+        // Left up by a failed check: the next test would find them.
+        for (LWAlert* alert : LWAlert::activeAlerts())
+            alert->clickButtonWithReturnCode(1);
         workspace.openGate();
         if (delegate)
             delegate->waitUntilBadgeUpdatesFinish();
@@ -152,10 +154,10 @@ protected:
     }
     // What the workspace was asked to do for this action and the badge work it started.
     QStringList eventsAfter(const std::function<void()>& action) {
-        workspace.clearEvents();
+        workspace.takeEvents();
         action();
         delegate->waitUntilBadgeUpdatesFinish();
-        return workspace.events();
+        return workspace.takeEvents();
     }
     QStringList listedPaths() const { return pathsOf(delegate->taskLists()); }
     QStringList openTasksColumn() const {
