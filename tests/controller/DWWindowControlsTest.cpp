@@ -19,17 +19,6 @@
 #include <QTableView>
 #include <QTest>
 
-namespace {
-std::unique_ptr<QMimeData> fileDrag(const QStringList& paths) {
-    auto data = std::make_unique<QMimeData>();
-    QList<QUrl> urls;
-    for (const QString& path : paths)
-        urls << QUrl::fromLocalFile(path);
-    data->setUrls(urls);
-    return data;
-}
-} // namespace
-
 // The window as a user works it, through real widgets.
 class WindowControlsTest : public ControllerTest {
 protected:
@@ -46,19 +35,23 @@ protected:
         return paths;
     }
 
-    // A drag entering the table and, when offered, dropped there. Returns
-    // whether the drop was taken; `offered` says whether a copy was offered.
-    bool dragAndDrop(const QMimeData* data, Qt::DropActions operations, bool* offered = nullptr) {
+    // A drag of these files (or other URLs) entering the table and, when
+    // taken, dropped there. Returns whether the drop was taken.
+    bool dragAndDrop(const QStringList& items, Qt::DropActions operations) {
+        QMimeData data;
+        QList<QUrl> urls;
+        for (const QString& item : items)
+            urls.append(QUrl::fromUserInput(item));
+        data.setUrls(urls);
         QWidget* target = table()->viewport();
         const QPoint where = target->rect().center();
-        QDragEnterEvent enter(where, operations, data, Qt::LeftButton, Qt::NoModifier);
+        QDragEnterEvent enter(where, operations, &data, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(target, &enter);
-        if (offered)
-            *offered = enter.isAccepted() && enter.dropAction() == Qt::CopyAction;
         if (!enter.isAccepted())
             return false;
+        EXPECT_EQ(enter.dropAction(), Qt::CopyAction);
         EXPECT_TRUE(table()->property("dropTarget").toBool());
-        QDropEvent drop(where, operations, data, Qt::LeftButton, Qt::NoModifier);
+        QDropEvent drop(where, operations, &data, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(target, &drop);
         EXPECT_FALSE(table()->property("dropTarget").toBool());
         return drop.isAccepted();
@@ -76,26 +69,21 @@ TEST_F(WindowControlsTest, DropsAddTheTextFilesInOrderWhenCopyingWhileOn) {
     const QString work = makeFile(u"work.taskpaper"_s, "- a\n");
     const QString folderNamedLikeText = folder + u"/archive.md"_s;
     QDir().mkpath(folderNamedLikeText);
-    const auto data = fileDrag({notes, image, folderNamedLikeText, work});
+    const QStringList dragged = {notes, image, folderNamedLikeText, work};
 
     // Refused: a drag that offers no copy, nothing that is text, no files at all.
-    EXPECT_FALSE(dragAndDrop(data.get(), Qt::MoveAction | Qt::LinkAction));
-    EXPECT_FALSE(dragAndDrop(fileDrag({image, folderNamedLikeText}).get(), Qt::CopyAction));
-    QMimeData words;
-    words.setUrls({QUrl(u"https://example.org/list.md"_s)});
-    EXPECT_FALSE(dragAndDrop(&words, Qt::CopyAction));
+    EXPECT_FALSE(dragAndDrop(dragged, Qt::MoveAction | Qt::LinkAction));
+    EXPECT_FALSE(dragAndDrop({image, folderNamedLikeText}, Qt::CopyAction));
+    EXPECT_FALSE(dragAndDrop({u"https://example.org/list.md"_s}, Qt::CopyAction));
     dwtest::processEventsFor(300); // the first full menu, built once the window painted
     // A spy, not a lambda on a local: rebuilds go on after the test's end.
     QSignalSpy menuRebuilds(&app, &DotwiseAppDelegate::statusMenuRebuilt);
-    bool offered = false;
-    EXPECT_TRUE(dragAndDrop(data.get(), Qt::CopyAction | Qt::MoveAction, &offered));
-    EXPECT_TRUE(offered);
+    EXPECT_TRUE(dragAndDrop(dragged, Qt::CopyAction | Qt::MoveAction));
     EXPECT_EQ(savedPaths(), (QStringList{notes, work}));
     EXPECT_EQ(menuRebuilds.count(), 1); // once for the whole drop
 
     app.onOffButton()->click();
-    EXPECT_FALSE(
-        dragAndDrop(fileDrag({makeFile(u"more.md"_s, "- [ ] c\n")}).get(), Qt::CopyAction));
+    EXPECT_FALSE(dragAndDrop({makeFile(u"more.md"_s, "- [ ] c\n")}, Qt::CopyAction));
 }
 
 namespace {
