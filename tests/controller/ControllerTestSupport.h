@@ -112,19 +112,18 @@ protected:
     }
 
     DotwiseAppDelegate& start(bool launchAtLogin) {
-        DotwiseAppDelegate::Services services;
-        services.workspace = &workspace;
-        auto loginItemController = std::make_unique<FakeLaunchAtLoginController>();
-        loginItemController->setRegistered(launchAtLogin);
-        loginItem = loginItemController.get();
-        services.launchAtLoginController = std::move(loginItemController);
-        services.fileWatcher = std::make_unique<DWFileWatcher>(streams);
-        services.terminate = [this] { ++terminations; };
-        services.badgeMode = badgeMode;
-        services.fileEmblems = &emblems;
-        services.emblemTheme = &emblemTheme;
-        services.isSystemTrayAvailable = [this] { return trayAvailable; };
-        delegate = std::make_unique<DotwiseAppDelegate>(std::move(services));
+        auto login = std::make_unique<FakeLaunchAtLoginController>();
+        login->setRegistered(launchAtLogin);
+        loginItem = login.get();
+        delegate = std::make_unique<DotwiseAppDelegate>(DotwiseAppDelegate::Services{
+            .workspace = &workspace,
+            .launchAtLoginController = std::move(login),
+            .fileWatcher = std::make_unique<DWFileWatcher>(streams),
+            .badgeMode = badgeMode,
+            .fileEmblems = &emblems,
+            .emblemTheme = &emblemTheme,
+            .terminate = [this] { ++terminations; },
+            .isSystemTrayAvailable = [this] { return trayAvailable; }});
         delegate->applicationDidFinishLaunching();
         return *delegate;
     }
