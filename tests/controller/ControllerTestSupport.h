@@ -172,14 +172,10 @@ protected:
             titles.append(action->isSeparator() ? u"---"_s : action->iconText());
         return titles;
     }
-    // How many logged lines carry this message from this function.
-    static int logged(const QString& message, const QString& function) {
-        return int(
-            LWLogger::sharedInstance()
-                ->messageBacklog()
-                .filter(QRegularExpression(u"\\| %1 \\|.*\\| %2$"_s.arg(
-                    QRegularExpression::escape(message), QRegularExpression::escape(function))))
-                .size());
+    // How many logged lines carry this message.
+    static int logged(const QString& message) {
+        const QStringList lines = LWLogger::sharedInstance()->messageBacklog();
+        return int(lines.filter(u"| "_s + message + u" |"_s).size());
     }
 
     RecordingWorkspace workspace;

@@ -49,16 +49,14 @@ TEST(ExampleFiles, NeverReplacesAnythingAndFailsWhereItCannotWrite) {
     ASSERT_TRUE(QFile::link(taken + u"/elsewhere.txt"_s, taken + u'/' + kTaskPaper));
     // A file where the folder should be: unwritable for every user, root included.
     dwtest::writeFile(home + u"/plain-file"_s, "x");
-    const struct {
-        QString name, folder;
-    } cases[] = {{kText, taken},
-                 {kTaskPaper, taken},
-                 {u"Unknown.txt"_s, freshFolder(u"u"_s)},
-                 {kText, home + u"/no/such"_s},
-                 {kText, home + u"/plain-file"_s}};
-    for (const auto& c : cases)
-        EXPECT_TRUE(DWExampleFiles::writeExampleFile(c.name, c.folder).isEmpty())
-            << c.folder.toStdString() << " " << c.name.toStdString();
+    const QList<std::pair<QString, QString>> cases = {{kText, taken},
+                                                      {kTaskPaper, taken},
+                                                      {u"Unknown.txt"_s, freshFolder(u"u"_s)},
+                                                      {kText, home + u"/no/such"_s},
+                                                      {kText, home + u"/plain-file"_s}};
+    for (const auto& [name, folder] : cases)
+        EXPECT_TRUE(DWExampleFiles::writeExampleFile(name, folder).isEmpty())
+            << folder.toStdString() << " " << name.toStdString();
     EXPECT_EQ(dwtest::readFile(taken + u'/' + kText), QByteArray("my own list\n"));
     EXPECT_FALSE(QFile::exists(taken + u"/elsewhere.txt"_s));
 }
