@@ -31,12 +31,11 @@ TEST_F(ControllerTest, ASecondStartHandsOverItsFilesAndLaunchTokens) {
     // Runs a second copy with a launcher's tokens; returns what it wrote on stderr.
     const auto run = [&](const QStringList& arguments, int expectedStatus = 0) {
         QProcess second;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"XDG_RUNTIME_DIR"_s, runtime.path());
-        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
-        environment.insert(u"XDG_ACTIVATION_TOKEN"_s, u"wayland-token"_s);
-        environment.insert(u"DESKTOP_STARTUP_ID"_s, u"launcher-1_TIME42"_s);
-        second.setProcessEnvironment(environment);
+        second.setEnvironment(QProcess::systemEnvironment()
+                              << u"XDG_RUNTIME_DIR="_s + runtime.path()
+                              << u"QT_QPA_PLATFORM=offscreen"_s
+                              << u"XDG_ACTIVATION_TOKEN=wayland-token"_s
+                              << u"DESKTOP_STARTUP_ID=launcher-1_TIME42"_s);
         second.setWorkingDirectory(folder);
         second.start(QStringLiteral(DW_DOTWISE_BINARY), arguments);
         EXPECT_TRUE(
