@@ -140,16 +140,14 @@ protected:
                 std::make_shared<DWTaskList>(path, DWTaskRuleSet::squareBracketStyleRuleSet()));
         LWPreferences::standard().setObject(u"TaskLists"_s, DWTaskList::archiveTaskLists(lists));
     }
-    static QStringList pathsOf(const QList<std::shared_ptr<DWTaskList>>& lists) {
-        QStringList paths;
-        for (const auto& taskList : lists)
-            paths.append(taskList->path());
-        return paths;
-    }
+    // The task lists as saved, which every change to the list is.
     static QStringList savedPaths() {
+        QStringList paths;
         const auto lists =
             DWTaskList::unarchiveTaskLists(LWPreferences::standard().dataForKey(u"TaskLists"_s));
-        return lists ? pathsOf(*lists) : QStringList();
+        for (const auto& taskList : lists.value_or(QList<std::shared_ptr<DWTaskList>>()))
+            paths.append(taskList->path());
+        return paths;
     }
     // What the workspace was asked to do for this action and the badge work it started.
     QStringList eventsAfter(const std::function<void()>& action) {
@@ -158,7 +156,6 @@ protected:
         delegate->waitUntilBadgeUpdatesFinish();
         return workspace.takeEvents();
     }
-    QStringList listedPaths() const { return pathsOf(delegate->taskLists()); }
     QStringList openTasksColumn() const {
         QStringList cells;
         for (int row = 0; row < delegate->taskLists().size(); ++row)

@@ -56,7 +56,7 @@ TEST_F(ControllerTest, ASecondStartHandsOverItsFilesAndLaunchTokens) {
     const QString wayland = u"wayland-token"_s, x11 = u"launcher-1_TIME42"_s;
     EXPECT_EQ(launches, (QList<DWSingleInstance::Launch>{{{}, wayland, x11},
                                                          {{notes, line, image}, wayland, x11}}));
-    EXPECT_EQ(listedPaths(), (QStringList{notes, line}));
+    EXPECT_EQ(savedPaths(), (QStringList{notes, line}));
 }
 
 TEST(SingleInstance, TheSessionIsHeldUntilTheRunningCopyEnds) {

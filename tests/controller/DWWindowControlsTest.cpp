@@ -135,7 +135,7 @@ TEST_F(WindowControlsTest, DeleteKeysRemoveTheSelectedListWhileOnAndRowsOpenAsAc
     table()->selectRow(0);
     QTest::keyClick(app.mainWindow(), Qt::Key_Delete);
     QTest::keyClick(app.mainWindow(), Qt::Key_Backspace);
-    EXPECT_EQ(listedPaths(), (QStringList{c, d}));
+    EXPECT_EQ(savedPaths(), (QStringList{c, d}));
     QTest::mouseDClick(table()->viewport(), Qt::LeftButton, {}, first.center());
     EXPECT_EQ(workspace.openedFiles(), (QStringList{d, c, c}));
 }
@@ -159,8 +159,8 @@ TEST_F(WindowControlsTest, UpdatesKeepTheSelectionAndScrollAndNewRowsComeIntoVie
     EXPECT_EQ(openTasksColumn().value(29), u"2"_s);
     EXPECT_EQ(table()->verticalScrollBar()->value(), scrolled);
     QTest::keyClick(table(), Qt::Key_Delete);
-    EXPECT_FALSE(listedPaths().contains(paths[20]));
-    EXPECT_EQ(listedPaths().size(), 29);
+    EXPECT_FALSE(savedPaths().contains(paths[20]));
+    EXPECT_EQ(savedPaths().size(), 29);
 
     table()->scrollToTop();
     app.addFileToWatchList(makeFile(u"new.md"_s, "- [ ] one\n"));
