@@ -8,7 +8,6 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
-#include <QFile>
 
 namespace {
 const QString service = u"org.wrenfield.Dotwise"_s, path = u"/org/wrenfield/Dotwise"_s,
@@ -28,13 +27,22 @@ public slots:
     }
 };
 
-// Asynchronous, as the service answers on this same thread's event loop.
-QDBusMessage callOn(QDBusConnection& client, const QString& method,
-                    const QString& onInterface = interface) {
+// The first value of the reply. Asynchronous, as the service answers on this
+// same thread's event loop.
+QVariant callOn(QDBusConnection& client, const QString& method,
+                const QString& onInterface = interface) {
     const QDBusPendingCall call =
         client.asyncCall(QDBusMessage::createMethodCall(service, path, onInterface, method));
     dwtest::waitUntil([&] { return call.isFinished(); }, 5000);
-    return call.reply();
+    return call.reply().arguments().value(0);
+}
+
+// The methods and signals, with their arguments, of an introspection text.
+QString members(const QString& xml) {
+    QStringList found;
+    for (const auto& match : QRegularExpression(u"<(method|signal|arg) [^>]*>"_s).globalMatch(xml))
+        found.append(match.captured());
+    return found.join(u'\n');
 }
 } // namespace
 
@@ -48,21 +56,25 @@ TEST_F(ControllerTest, BusServiceAnswersAndSignalsEveryChange) {
     ASSERT_TRUE(bus.registerOn(QDBusConnection::sessionBus(), service));
 
     QDBusConnection client = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"c"_s);
-    EXPECT_EQ(qdbus_cast<QVariantMap>(callOn(client, u"TaskLists"_s).arguments().value(0)),
-              (QVariantMap{{a, 2}}));
-    EXPECT_EQ(callOn(client, u"IsEnabled"_s).arguments().value(0), QVariant(true));
-    EXPECT_EQ(callOn(client, u"BadgeMode"_s).arguments().value(0), QVariant(u"picture"_s));
+    EXPECT_EQ(qdbus_cast<QVariantMap>(callOn(client, u"TaskLists"_s)), (QVariantMap{{a, 2}}));
+    EXPECT_EQ(callOn(client, u"IsEnabled"_s), QVariant(true));
+    EXPECT_EQ(callOn(client, u"BadgeMode"_s), QVariant(u"picture"_s));
+    // The interface the repository documents is the one on the bus.
+    const QString live = callOn(client, u"Introspect"_s, u"org.freedesktop.DBus.Introspectable"_s)
+                             .toString()
+                             .section(u"<interface name=\"%1\">"_s.arg(interface), 1)
+                             .section(u"</interface>"_s, 0, 0);
+    EXPECT_EQ(members(QString::fromUtf8(dwtest::readFile(
+                  u"" DW_SOURCE_DIR "/src/controller/data/org.wrenfield.Dotwise.xml"_s))),
+              members(live));
 
     SignalRecorder recorder;
-    for (const char* name :
-         {"TaskListAdded", "TaskListChanged", "TaskListRemoved", "EnabledChanged"})
-        ASSERT_TRUE(client.connect(service, path, interface, QString::fromLatin1(name), &recorder,
-                                   SLOT(record(QDBusMessage))));
+    ASSERT_TRUE(
+        client.connect(service, path, interface, QString(), &recorder, SLOT(record(QDBusMessage))));
     const auto expect = [&](const QStringList& expected) {
         EXPECT_TRUE(
             dwtest::waitUntil([&] { return recorder.received.size() >= expected.size(); }, 5000));
-        EXPECT_EQ(recorder.received.join(u" | "_s).toStdString(),
-                  expected.join(u" | "_s).toStdString());
+        EXPECT_EQ(recorder.received, expected);
         recorder.received.clear();
     };
 
@@ -86,24 +98,6 @@ TEST_F(ControllerTest, BusServiceAnswersAndSignalsEveryChange) {
     app.setIsDotwiseEnabled(false);
     expect({u"TaskListRemoved %1"_s.arg(a), u"EnabledChanged false"_s,
             u"TaskListChanged %1, -1"_s.arg(b)});
-
-    // The interface the repository documents is the one on the bus.
-    QFile documented(u"" DW_SOURCE_DIR "/src/controller/data/org.wrenfield.Dotwise.xml"_s);
-    ASSERT_TRUE(documented.open(QIODevice::ReadOnly));
-    const QString live = callOn(client, u"Introspect"_s, u"org.freedesktop.DBus.Introspectable"_s)
-                             .arguments()
-                             .value(0)
-                             .toString();
-    const QRegularExpression member(u"<(method|signal|arg) [^>]*>"_s);
-    QStringList documentedMembers, liveMembers;
-    for (const auto& match : member.globalMatch(QString::fromUtf8(documented.readAll())))
-        documentedMembers.append(match.captured());
-    for (const auto& match :
-         member.globalMatch(live.section(u"<interface name=\"%1\">"_s.arg(interface), 1)
-                                .section(u"</interface>"_s, 0, 0)))
-        liveMembers.append(match.captured());
-    EXPECT_EQ(documentedMembers.join(u"\n"_s).toStdString(),
-              liveMembers.join(u"\n"_s).toStdString());
 }
 
 #include "DWBusServiceTest.moc"

@@ -5,7 +5,6 @@
 #include "support/TestEnvironment.h"
 
 #include <QDir>
-#include <QFile>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -33,34 +32,31 @@ TEST(ExampleFiles, CopiesTheExamplesVerbatimAndTheyCountUnderTheirRules) {
     const QString text = DWExampleFiles::writeExampleFile(kText, folder);
     const QString taskPaper = DWExampleFiles::writeExampleFile(kTaskPaper, folder);
     ASSERT_EQ(text, folder + u'/' + kText);
-    QFile resource(DWExampleFiles::resourcePath(kText));
-    ASSERT_TRUE(resource.open(QIODevice::ReadOnly));
-    EXPECT_EQ(dwtest::readFile(text), resource.readAll());
+    EXPECT_EQ(dwtest::readFile(text), dwtest::readFile(DWExampleFiles::resourcePath(kText)));
     // No temporary file is left behind.
     EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(),
               2);
     EXPECT_EQ(openTasks(text, DWTaskRuleSet::squareBracketStyleRuleSet()), 7);
     EXPECT_EQ(openTasks(taskPaper, DWTaskRuleSet::taskPaperRuleSet()), 6);
     EXPECT_EQ(DWExampleFiles::writeExampleFile(kText, u"~"_s), QDir::homePath() + u'/' + kText);
+    EXPECT_EQ(DWExampleFiles::targetPath(kText, u"/srv/~x"_s), u"/srv/~x/"_s + kText);
 }
 
 // Never over anything already there, nor where nothing can be written.
 TEST(ExampleFiles, NeverReplacesAnythingAndFailsWhereItCannotWrite) {
-    const QString folder = freshFolder(u"taken"_s);
-    dwtest::writeFile(folder + u'/' + kText, "my own list\n");
-    EXPECT_TRUE(DWExampleFiles::writeExampleFile(kText, folder).isEmpty());
-    EXPECT_EQ(dwtest::readFile(folder + u'/' + kText), QByteArray("my own list\n"));
-    const QString pointee = folder + u"/elsewhere.txt"_s;
-    ASSERT_TRUE(QFile::link(pointee, folder + u'/' + kTaskPaper));
-    EXPECT_TRUE(DWExampleFiles::writeExampleFile(kTaskPaper, folder).isEmpty());
-    EXPECT_FALSE(QFile::exists(pointee));
-
-    EXPECT_EQ(DWExampleFiles::targetPath(kText, u"/srv/~x"_s), u"/srv/~x/"_s + kText);
-    EXPECT_TRUE(DWExampleFiles::writeExampleFile(u"Unknown.txt"_s, freshFolder(u"u"_s)).isEmpty());
-    EXPECT_TRUE(
-        DWExampleFiles::writeExampleFile(kText, dwtest::homePath() + u"/no/such"_s).isEmpty());
+    const QString taken = freshFolder(u"taken"_s), home = dwtest::homePath();
+    dwtest::writeFile(taken + u'/' + kText, "my own list\n");
+    ASSERT_TRUE(QFile::link(taken + u"/elsewhere.txt"_s, taken + u'/' + kTaskPaper));
     // A file where the folder should be: unwritable for every user, root included.
-    dwtest::writeFile(dwtest::homePath() + u"/plain-file"_s, "x");
-    EXPECT_TRUE(
-        DWExampleFiles::writeExampleFile(kText, dwtest::homePath() + u"/plain-file"_s).isEmpty());
+    dwtest::writeFile(home + u"/plain-file"_s, "x");
+    const QList<std::pair<QString, QString>> cases = {{kText, taken},
+                                                      {kTaskPaper, taken},
+                                                      {u"Unknown.txt"_s, freshFolder(u"u"_s)},
+                                                      {kText, home + u"/no/such"_s},
+                                                      {kText, home + u"/plain-file"_s}};
+    for (const auto& [name, folder] : cases)
+        EXPECT_TRUE(DWExampleFiles::writeExampleFile(name, folder).isEmpty())
+            << folder.toStdString() << " " << name.toStdString();
+    EXPECT_EQ(dwtest::readFile(taken + u'/' + kText), QByteArray("my own list\n"));
+    EXPECT_FALSE(QFile::exists(taken + u"/elsewhere.txt"_s));
 }
